@@ -1,0 +1,34 @@
+// A hash index from identifiers to the handles that bear them.
+#ifndef QVR_MODEL_IDENTIFIER_INDEX_H
+#define QVR_MODEL_IDENTIFIER_INDEX_H
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace qvr {
+
+// Several handles may bear one text ("@" nodes, files with duplicates).
+class IdentifierIndex {
+ public:
+  void Insert(std::string_view text, int handle);
+  void Erase(std::string_view text, int handle);
+  void Clear();
+  // The lowest handle with this text, or -2.
+  [[nodiscard]] int Find(std::string_view text) const;
+  // The lowest handle with this text that isn't `except`, or -2.
+  [[nodiscard]] int FindOther(std::string_view text, int except) const;
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+  std::unordered_map<std::string, int, Hash, std::equal_to<>> lowest;
+  std::unordered_map<std::string, std::set<int>, Hash, std::equal_to<>> others;  // seldom used
+};
+
+}  // namespace qvr
+
+#endif
