@@ -1,0 +1,180 @@
+#include "model/evidence_propagation.h"
+
+#include "model/error_log.h"
+
+namespace qvr {
+
+namespace {
+
+// The one outcome of a dimension that isn't ruled out, or -2 if there are several or none. The pattern's
+// element stays -1: later parents are tested with this one taken as unknown.
+int OnlyPossibleOutcome(const QVR_Dmatrix& table, std::vector<int>& pattern, std::size_t place, int count) {
+  int possible = QVR_OUT_OF_RANGE;
+  for (int outcome = 0; outcome < count; ++outcome) {
+    pattern[place] = outcome;
+    const int isRuledOut = table.AllEqual(0.0, pattern);
+    if (isRuledOut == 1) {
+      continue;
+    }
+    const bool isFirst = isRuledOut == 0 && possible < 0;
+    possible = isFirst ? outcome : QVR_OUT_OF_RANGE;
+    if (!isFirst) {
+      break;
+    }
+  }
+  pattern[place] = -1;
+  return possible;
+}
+
+}  // namespace
+
+int EvidencePropagation::Run(int handle) {
+  int status = Enter(handle);
+  while (status >= 0 && !frames.empty()) {
+    status = frames.back().backward ? StepBackward() : StepForward();
+  }
+  return status;
+}
+
+int EvidencePropagation::Enter(int handle) {
+  network.Entry(handle).flags |= kEntryVisited;
+  if (const int outcome = EvidenceOf(handle); outcome >= 0) {
+    frames.push_back({.handle = handle, .outcome = outcome, .pattern = {}});
+  }
+  return QVR_OKAY;
+}
+
+int EvidencePropagation::StepForward() {
+  Frame& frame = frames.back();
+  const QVR_intArray& children = network.Entry(frame.handle).children;
+  if (frame.neighbour >= children.GetNumItems()) {
+    TurnBackward(frame);
+    return QVR_OKAY;
+  }
+  const int child = children[frame.neighbour];
+  const QVR_Dmatrix* table = IsDecisionOrUtility(child) ? nullptr : FamilyTable(child);
+  if (table != nullptr && frame.childOutcome == 0) {
+    frame.pattern = FamilyPattern(child);
+  }
+  const int count = table != nullptr ? table->GetDimension(table->GetNumDimensions() - 1) : 0;
+  while (frame.childOutcome < count) {
+    const int outcome = frame.childOutcome++;
+    frame.pattern.back() = outcome;
+    if (table->AllEqual(1.0, frame.pattern) != 1) {
+      continue;
+    }
+    bool isNew = false;
+    if (const int status = Deduce(frame.handle, child, outcome, isNew); status < 0) {
+      return status;
+    }
+    if (isNew && (network.Entry(child).flags & kEntryVisited) == 0) {
+      return Enter(child);
+    }
+  }
+  ++frame.neighbour;
+  frame.childOutcome = 0;
+  return QVR_OKAY;
+}
+
+void EvidencePropagation::TurnBackward(Frame& frame) {
+  const int type = network.Entry(frame.handle).node->GetType();
+  if ((type & kTypeBitDecision) != 0 || FamilyTable(frame.handle) == nullptr) {
+    frames.pop_back();
+    return;
+  }
+  frame.backward = true;
+  frame.neighbour = 0;
+  frame.pattern = FamilyPattern(frame.handle);
+  frame.pattern.back() = frame.outcome;
+}
+
+int EvidencePropagation::StepBackward() {
+  Frame& frame = frames.back();
+  const QVR_intArray& parents = network.Entry(frame.handle).parents;
+  const QVR_Dmatrix* table = FamilyTable(frame.handle);
+  if (table == nullptr || frame.neighbour >= parents.GetNumItems()) {
+    frames.pop_back();
+    return QVR_OKAY;
+  }
+  const int place = frame.neighbour++;
+  const int parent = parents[place];
+  if (IsDecisionOrUtility(parent)) {
+    return QVR_OKAY;
+  }
+  const int outcome = OnlyPossibleOutcome(*table, frame.pattern, static_cast<std::size_t>(place),
+                                          network.Entry(parent).node->GetNumberOfOutcomes());
+  if (outcome < 0) {
+    return QVR_OKAY;
+  }
+  bool isNew = false;
+  if (const int status = Deduce(frame.handle, parent, outcome, isNew); status < 0) {
+    return status;
+  }
+  return isNew && (network.Entry(parent).flags & kEntryVisited) == 0 ? Enter(parent) : QVR_OKAY;
+}
+
+int EvidencePropagation::Deduce(int from, int to, int outcome, bool& isNew) {
+  const QVR_node& node = *network.Entry(to).node;
+  if (!node.value->HasEvidence()) {
+    isNew = node.value->SetPropagatedEvidence(outcome) >= 0;
+    return QVR_OKAY;
+  }
+  if (node.value->GetEvidence() == outcome) {
+    return QVR_OKAY;
+  }
+  return GetErrorLog().Log(QVR_EVIDENCE_CONFLICT, "ERROR: conficting evidence between nodes [" +
+                                                      network.Entry(from).node->GetId() + "] and [" +
+                                                      node.GetId() + "]");
+}
+
+bool EvidencePropagation::IsImpossible(int handle) {
+  const int outcome = EvidenceOf(handle);
+  const QVR_Dmatrix* table = outcome >= 0 ? FamilyTable(handle) : nullptr;
+  if (table == nullptr) {
+    return false;
+  }
+  std::vector<int> pattern = FamilyPattern(handle);
+  pattern.back() = outcome;
+  return table->AllEqual(0.0, pattern) == 1;
+}
+
+const QVR_Dmatrix* EvidencePropagation::FamilyTable(int handle) {
+  const QVR_nodeEntry& entry = network.Entry(handle);
+  QVR_Dmatrix* table = nullptr;
+  if (!entry.node->definition || entry.node->definition->GetMatrix(table) < 0 || table == nullptr ||
+      table->GetNumDimensions() != entry.parents.GetNumItems() + 1) {
+    return nullptr;
+  }
+  return table;
+}
+
+std::vector<int> EvidencePropagation::FamilyPattern(int handle) const {
+  const QVR_intArray& parents = network.Entry(handle).parents;
+  std::vector<int> pattern;
+  pattern.reserve(static_cast<std::size_t>(parents.GetNumItems()) + 1);
+  for (int parent : parents) {
+    const int outcome = EvidenceOf(parent);
+    pattern.push_back(outcome < 0 ? -1 : outcome);
+  }
+  pattern.push_back(-1);
+  return pattern;
+}
+
+bool EvidencePropagation::IsDecisionOrUtility(int handle) const {
+  return (network.Entry(handle).node->GetType() & (kTypeBitDecision | kTypeBitUtility)) != 0;
+}
+
+int EvidencePropagation::EvidenceOf(int handle) const {
+  const QVR_nodeValue* value = network.Entry(handle).node->value.get();
+  return value != nullptr && value->HasEvidence() ? value->GetEvidence() : QVR_OUT_OF_RANGE;
+}
+
+int QVR_network::PropagateEvidence(int handle) {
+  const QVR_node* node = NodeAt(handle);
+  if (node == nullptr || !node->value || !node->value->HasEvidence()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  return EvidencePropagation(*this).Run(handle);
+}
+
+}  // namespace qvr

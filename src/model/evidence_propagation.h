@@ -1,0 +1,53 @@
+// Deduces evidence: what the evidence of a node forces, through certain rows of tables, on its neighbours.
+#ifndef QVR_MODEL_EVIDENCE_PROPAGATION_H
+#define QVR_MODEL_EVIDENCE_PROPAGATION_H
+
+#include <vector>
+
+#include "model/dense_matrix.h"
+#include "model/network.h"
+
+namespace qvr {
+
+class EvidencePropagation {
+ public:
+  explicit EvidencePropagation(QVR_network& newNetwork) : network(newNetwork) {}
+
+  // Depth first from a node with evidence, children before parents, going on only from nodes that
+  // a deduction has just been made for. -26, logged, when a deduction contradicts evidence: the
+  // deductions made by then stay.
+  int Run(int handle);
+
+  // Whether the node's evidence has probability 0 under all that its parents may still be.
+  [[nodiscard]] bool IsImpossible(int handle);
+
+ private:
+  // A node on the way, and how far its neighbours have been looked at.
+  struct Frame {
+    int handle;
+    int outcome;
+    bool backward = false;     // children first, then parents
+    int neighbour = 0;         // the place in that list
+    int childOutcome = 0;      // the child's outcome to test next
+    std::vector<int> pattern;  // what is known of the child's family, or going backward of the node's own
+  };
+
+  int Enter(int handle);
+  int StepForward();
+  int StepBackward();
+  void TurnBackward(Frame& frame);
+  int Deduce(int from, int to, int outcome, bool& isNew);
+  // Null unless the node has a table with one dimension for each parent and one for itself.
+  [[nodiscard]] const QVR_Dmatrix* FamilyTable(int handle);
+  // The evidence of each parent, -1 without; and -1 for the node itself.
+  [[nodiscard]] std::vector<int> FamilyPattern(int handle) const;
+  [[nodiscard]] bool IsDecisionOrUtility(int handle) const;
+  [[nodiscard]] int EvidenceOf(int handle) const;  // negative without
+
+  QVR_network& network;
+  std::vector<Frame> frames;
+};
+
+}  // namespace qvr
+
+#endif

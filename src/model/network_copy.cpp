@@ -1,0 +1,99 @@
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+int TableCells(const QVR_node& node) { return node.definition ? node.definition->GetSize() : -1; }
+
+int ValueCells(const QVR_node& node) {
+  const QVR_Dmatrix* matrix = node.value ? node.value->GetMatrix() : nullptr;
+  return matrix != nullptr ? matrix->GetNumElements() : -1;
+}
+
+// A clone whose tables found no memory ends with empty ones.
+bool IsWholeCopy(const QVR_node& copy, const QVR_node& source) {
+  return TableCells(copy) == TableCells(source) && ValueCells(copy) == ValueCells(source) &&
+         copy.cost->GetCosts().GetNumElements() == source.cost->GetCosts().GetNumElements();
+}
+
+int CopyArcs(QVR_nodeEntry& entry, const QVR_nodeEntry& source) {
+  int status = entry.parents.Copy(source.parents);
+  if (status == QVR_OKAY) {
+    status = entry.children.Copy(source.children);
+  }
+  if (status == QVR_OKAY) {
+    status = entry.costParents.Copy(source.costParents);
+  }
+  return status == QVR_OKAY ? entry.costChildren.Copy(source.costChildren) : status;
+}
+
+}  // namespace
+
+QVR_network::QVR_network(const QVR_network& other) : QVR_network() { Assign(other); }
+
+int QVR_network::Assign(const QVR_network& other) { return CopyFrom(other, true); }
+
+int QVR_network::AssignWithoutTime(const QVR_network& other) { return CopyFrom(other, false); }
+
+int QVR_network::CopyFrom(const QVR_network& other, bool withTime) {
+  if (this == &other) {
+    return QVR_OKAY;
+  }
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  CleanUp(1);
+  SetReady(false);
+  if (int status = CopyTable(other); status < 0) {
+    CleanUp(1);
+    SetReady(false);
+    return status;
+  }
+  if (!withTime) {
+    for (QVR_nodeEntry& entry : nodes) {
+      entry.dynamicType = kDynamicNormal;
+    }
+  }
+  creation = other.creation;
+  userProperties.Copy(other.userProperties);
+  delta = other.delta;
+  static_cast<NetworkOptions&>(*this) = other;
+  static_cast<SolverSettings&>(*this) = other;
+  const UpdateFlagsOff quiet(*this, UPDATE_TRACK_CHANGES);
+  CheckReady(0);
+  return QVR_OKAY;
+}
+
+int QVR_network::CopyTable(const QVR_network& other) {
+  if (int status = submodels.Assign(other.submodels); status < 0) {
+    return status;
+  }
+  nodes.resize(other.nodes.size());
+  for (int handle = 0; handle < GetTableSize(); ++handle) {
+    QVR_nodeEntry& entry = Entry(handle);
+    const QVR_nodeEntry& source = other.Entry(handle);
+    entry.dynamicType = source.dynamicType;
+    entry.flags = source.flags;
+    entry.level = source.level;
+    if (int status = CopyArcs(entry, source); status < 0) {
+      return status;
+    }
+    if (!source.node) {
+      continue;
+    }
+    entry.node = std::make_unique<QVR_node>(*source.node);
+    entry.node->Bind(this, handle);
+    if (!IsWholeCopy(*entry.node, *source.node)) {
+      return QVR_OUT_OF_MEMORY;
+    }
+  }
+  ids = other.ids;
+  numNodes = other.numNodes;
+  lowestFree = other.lowestFree;
+  targetCount = other.targetCount;
+  valuesInUse = other.valuesInUse;
+  return topologicalOrder.Copy(other.topologicalOrder);
+}
+
+}  // namespace qvr

@@ -1,0 +1,191 @@
+// The structural agreement that every operation of a network keeps, spelled out for tests.
+
+#include <algorithm>
+#include <map>
+
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+// Every arc stands as often in its child's list as in its parent's; ordinary arcs don't repeat.
+std::string CheckArcs(const QVR_network& network, int handle, int layer) {
+  const QVR_intArray& list = network.GetChildren(handle, layer);
+  std::vector<int> children(list.begin(), list.end());
+  std::sort(children.begin(), children.end());
+  for (auto child = children.begin(); child != children.end();) {
+    const auto next = std::upper_bound(child, children.end(), *child);
+    const QVR_intArray& back = network.GetParents(*child, layer);
+    if (*child == handle || std::count(back.begin(), back.end(), handle) != next - child) {
+      return "a child doesn't list its parent";
+    }
+    if (layer == kOrdinaryLayer && next - child > 1) {
+      return "an arc is listed twice";
+    }
+    child = next;
+  }
+  return {};
+}
+
+// The outcome counts of those nodes of the list that have a dimension in tables.
+std::vector<int> DimensionsOf(const QVR_network& network, const QVR_intArray& list) {
+  std::vector<int> sizes;
+  for (int handle : list) {
+    const QVR_node& node = *network.NodeAt(handle);
+    if (QVR_nodeDefinition::IsDiscreteParentType(node.GetType())) {
+      sizes.push_back(node.GetNumberOfOutcomes());
+    }
+  }
+  return sizes;
+}
+
+std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
+  const int type = node.GetType();
+  if (node.definition->GetHandle() != node.handle || node.definition->GetNetwork() != &network) {
+    return "the definition belongs to another node";
+  }
+  for (int parent : network.GetParents(node.handle)) {
+    if (!QVR_nodeDefinition::TakesParent(type, network.NodeAt(parent)->GetType())) {
+      return "the definition doesn't take one of its parents";
+    }
+  }
+  if (type == kTypeCpt || type == kTypeTruthTable) {
+    std::vector<int> sizes = DimensionsOf(network, network.GetParents(node.handle));
+    sizes.push_back(node.GetNumberOfOutcomes());
+    QVR_Dmatrix* table = nullptr;
+    if (node.definition->GetMatrix(table) != QVR_OKAY || !table->HasShape(sizes)) {
+      return "the table hasn't the shape that the parents and outcomes give";
+    }
+  }
+  const QVR_stringArray* names = node.definition->GetOutcomeNames();
+  if (names != nullptr && names->GetNumItems() != node.GetNumberOfOutcomes()) {
+    return "the outcomes haven't as many names";
+  }
+  return {};
+}
+
+std::string CheckValue(const QVR_network& network, const QVR_node& node) {
+  if ((node.GetType() & kTypeBitDiscrete) == 0) {
+    return {};
+  }
+  std::vector<int> sizes = DimensionsOf(network, node.value->GetIndexingParents());
+  sizes.push_back(node.GetNumberOfOutcomes());
+  const QVR_Dmatrix* matrix = node.value->GetMatrix();
+  if (matrix != nullptr && !matrix->HasShape(sizes)) {
+    return "the value hasn't the shape that the outcomes give";
+  }
+  if (node.value->HasEvidence() && node.value->GetEvidence() >= node.GetNumberOfOutcomes()) {
+    return "the evidence names no outcome";
+  }
+  return {};
+}
+
+std::string CheckCosts(const QVR_network& network, const QVR_node& node) {
+  const QVR_intArray& owners = node.cost->GetDimensionIds();
+  const QVR_intArray& parents = network.GetParents(node.handle, kCostLayer);
+  std::vector<int> sizes = DimensionsOf(network, owners);
+  sizes.push_back(1);
+  if (!node.cost->GetCosts().HasShape(sizes)) {
+    return "the costs haven't the shape that their parents give";
+  }
+  const int* place = parents.begin();
+  for (int owner : owners) {
+    place = std::find(place, parents.end(), owner);
+    if (place == parents.end()) {
+      return "the costs have a dimension of a node that is no cost parent";
+    }
+    ++place;
+  }
+  return {};
+}
+
+std::string CheckExtra(const QVR_node& node) {
+  const int count = std::max(0, node.GetNumberOfOutcomes());
+  const QVR_extraDefinition& extra = *node.extra;
+  for (const QVR_stringArray* list :
+       {&extra.GetStateComments(), &extra.GetFaultNames(), &extra.GetRepairInfo(),
+        static_cast<const QVR_stringArray*>(&extra.GetFaultLabels())}) {
+    if (list->GetNumItems() != count) {
+      return "a list of diagnostic attributes hasn't an entry for each outcome";
+    }
+  }
+  return extra.GetFaultStates().GetNumItems() == count ? "" : "the fault states don't fit the outcomes";
+}
+
+std::string CheckNode(const QVR_network& network, const QVR_node& node, int handle) {
+  if (node.handle != handle || node.network != &network || node.info->header.owner != &node) {
+    return "the node doesn't know its place";
+  }
+  if (network.GetSubmodels().GetSubmodel(node.submodel) == nullptr) {
+    return "the node's submodel doesn't exist";
+  }
+  for (int layer : {kOrdinaryLayer, kCostLayer}) {
+    if (std::string fault = CheckArcs(network, handle, layer); !fault.empty()) {
+      return fault;
+    }
+  }
+  if ((node.definition == nullptr) != (node.value == nullptr)) {
+    return "a definition without a value, or the other way round";
+  }
+  std::string fault = CheckCosts(network, node);
+  if (fault.empty() && node.definition) {
+    fault = CheckDefinition(network, node);
+    fault = fault.empty() ? CheckValue(network, node) : fault;
+    fault = fault.empty() ? CheckExtra(node) : fault;
+  }
+  return fault;
+}
+
+bool IsEmptySlot(const QVR_nodeEntry& entry) {
+  return entry.flags == 0 && entry.dynamicType == kDynamicNormal &&
+         entry.parents.GetNumItems() + entry.children.GetNumItems() == 0 &&
+         entry.costParents.GetNumItems() + entry.costChildren.GetNumItems() == 0;
+}
+
+}  // namespace
+
+std::string QVR_network::CheckInvariants() const {
+  int occupied = 0;
+  int targets = 0;
+  int unmatchedArcs = 0;
+  for (int handle = 0; handle < GetTableSize(); ++handle) {
+    const QVR_nodeEntry& entry = Entry(handle);
+    if (!entry.node) {
+      if (!IsEmptySlot(entry) || handle < lowestFree) {
+        return "free slot " + std::to_string(handle) + " isn't empty";
+      }
+      continue;
+    }
+    ++occupied;
+    targets += (entry.flags & kEntryTarget) != 0 ? 1 : 0;
+    unmatchedArcs += entry.children.GetNumItems() - entry.parents.GetNumItems() +
+                     entry.costChildren.GetNumItems() - entry.costParents.GetNumItems();
+    if (std::string fault = CheckNode(*this, *entry.node, handle); !fault.empty()) {
+      return "node " + std::to_string(handle) + " [" + entry.node->GetId() + "]: " + fault;
+    }
+  }
+  if (occupied != numNodes || targets != targetCount || unmatchedArcs != 0) {
+    return "the counts of nodes, targets or arcs are wrong";
+  }
+  return CheckIndex();
+}
+
+std::string QVR_network::CheckIndex() const {
+  std::map<std::string, std::pair<int, int>> firstTwo;  // by identifier: the lowest handles that bear it
+  for (int handle = FirstNode(); handle >= 0; handle = NextNode(handle)) {
+    const auto [place, isNew] = firstTwo.try_emplace(Entry(handle).node->GetId(), handle, QVR_OUT_OF_RANGE);
+    if (!isNew && place->second.second < 0) {
+      place->second.second = handle;
+    }
+  }
+  for (const auto& [id, handles] : firstTwo) {
+    if (!id.empty() &&
+        (ids.Find(id) != handles.first || ids.FindOther(id, handles.first) != handles.second)) {
+      return "the index doesn't know [" + id + "]";
+    }
+  }
+  return {};
+}
+
+}  // namespace qvr

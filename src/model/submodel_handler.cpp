@@ -1,0 +1,283 @@
+#include "model/submodel_handler.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+
+#include "model/error_log.h"
+#include "model/identifier.h"
+#include "model/network.h"
+#include "model/status.h"
+
+namespace qvr {
+
+namespace {
+
+constexpr int kMaxSlots = QVR_submodelHandler::kHandleBit;  // a slot's number must leave the bit free
+constexpr int kGrowthStep = 10;
+
+QVR_screenInfo DefaultScreen(int borderThickness) {
+  QVR_screenInfo screen;
+  screen.position.width = 76;
+  screen.position.height = 36;
+  screen.color = 0xF7F6E5;
+  screen.selectionColor = 0xBBBBBB;
+  screen.font = 1;
+  screen.fontColor = 0;
+  screen.borderThickness = borderThickness;
+  screen.borderColor = 0xBB0000;
+  return screen;
+}
+
+}  // namespace
+
+void QVR_submodelHandler::CleanUp(int deep) {
+  slots.clear();
+  ids.Clear();
+  network = nullptr;
+  delta = kGrowthStep;
+  QVR_object::CleanUp(deep);
+  SetReady(false);
+}
+
+void QVR_submodelHandler::CheckReady(int deep) {
+  if (deep != 0) {
+    for (Slot& slot : slots) {
+      if (slot.submodel) {
+        slot.submodel->CheckReady(deep);
+      }
+    }
+  }
+  SetReady(!slots.empty() && network != nullptr);
+}
+
+void QVR_submodelHandler::CheckConsistency(int deep) {
+  bool consistent = true;
+  for (Slot& slot : slots) {
+    if (slot.submodel && deep != 0) {
+      slot.submodel->CheckConsistency(deep);
+    }
+    consistent = consistent && (!slot.submodel || slot.submodel->IsConsistent());
+  }
+  SetConsistent(consistent);
+}
+
+int QVR_submodelHandler::Initialize(QVR_network* newNetwork) {
+  CleanUp(1);
+  network = newNetwork;
+  slots.resize(1);
+  const int status = BuildMainSubmodel();
+  CheckReady(1);
+  return status;
+}
+
+int QVR_submodelHandler::Reset() {
+  if (slots.empty()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  for (Slot& slot : slots) {
+    slot = Slot();
+  }
+  if (network != nullptr) {
+    for (int node = network->FirstNode(); node >= 0; node = network->NextNode(node)) {
+      network->NodeAt(node)->submodel = kMainSubmodel;
+    }
+  }
+  return BuildMainSubmodel();
+}
+
+// All other slots are free when this is called.
+int QVR_submodelHandler::BuildMainSubmodel() {
+  ids.Clear();
+  Slot& slot = slots.front();
+  slot.submodel = std::make_unique<QVR_submodel>();
+  slot.parent = kNoParent;
+  submodelDefaults = DefaultScreen(3);
+  nodeDefaults = DefaultScreen(1);
+  slot.submodel->screen = submodelDefaults;
+  slot.submodel->backgroundColor = 0xFFFFFF;
+  const std::string id = GenerateId(0);
+  slot.submodel->header.SetName(id.c_str());
+  return SetSubmodelId(kMainSubmodel, id.c_str());
+}
+
+int QVR_submodelHandler::Assign(const QVR_submodelHandler& other) {
+  if (this == &other) {
+    return QVR_OKAY;
+  }
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  slots.clear();
+  try {
+    slots.resize(other.slots.size());
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+      if (other.slots[i].submodel) {
+        slots[i].submodel = std::make_unique<QVR_submodel>(*other.slots[i].submodel);
+      }
+      slots[i].parent = other.slots[i].parent;
+    }
+    ids = other.ids;
+  } catch (const std::bad_alloc&) {
+    SetReady(false);
+    return QVR_OUT_OF_MEMORY;
+  }
+  delta = other.delta;
+  nodeDefaults = other.nodeDefaults;
+  CheckReady(0);
+  return QVR_OKAY;
+}
+
+int QVR_submodelHandler::SlotOf(int handle) const {
+  const int slot = handle & ~kHandleBit;
+  if (handle < 0 || slot >= static_cast<int>(slots.size()) ||
+      !slots[static_cast<std::size_t>(slot)].submodel) {
+    return QVR_OUT_OF_RANGE;
+  }
+  return slot;
+}
+
+std::string QVR_submodelHandler::GenerateId(int number) const {
+  std::string candidate = "Sub" + std::to_string(number);
+  while (ids.Find(candidate) >= 0) {
+    candidate = "Sub" + std::to_string(++number);
+  }
+  return candidate;
+}
+
+int QVR_submodelHandler::TakeSlot() {
+  const auto isFree = [](const Slot& slot) { return slot.parent == kFreeSlot; };
+  auto place = std::find_if(slots.begin(), slots.end(), isFree);
+  if (place == slots.end()) {
+    const int size = static_cast<int>(slots.size());
+    if (size >= kMaxSlots) {
+      return QVR_OUT_OF_MEMORY;
+    }
+    try {
+      slots.resize(static_cast<std::size_t>(std::min(size + delta, kMaxSlots)));
+    } catch (const std::bad_alloc&) {
+      return QVR_OUT_OF_MEMORY;
+    }
+    return size;
+  }
+  return static_cast<int>(place - slots.begin());
+}
+
+int QVR_submodelHandler::CreateSubmodel(int parent, const char* id) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const int parentSlot = SlotOf(parent);
+  if (parentSlot < 0 || (id != nullptr && IdExists(id) != 0)) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const int place = TakeSlot();
+  if (place < 0) {
+    return place;
+  }
+  const std::string text = id != nullptr ? id : GenerateId(place);
+  if (!IsValidIdentifier(text)) {
+    return GetErrorLog().Log(QVR_ILLEGAL_IDENTIFIER, "Illegal identifier");
+  }
+  Slot& slot = slots[static_cast<std::size_t>(place)];
+  slot.submodel = std::make_unique<QVR_submodel>();
+  slot.parent = parentSlot;
+  slot.submodel->header.SetName(text.c_str());
+  slot.submodel->screen = submodelDefaults;
+  const int handle = place | kHandleBit;
+  const int status = SetSubmodelId(handle, text.c_str());
+  return status < 0 ? status : handle;
+}
+
+int QVR_submodelHandler::SetSubmodelId(int handle, const char* id) {
+  const int slot = SlotOf(handle);
+  if (slot < 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  QVR_header& header = slots[static_cast<std::size_t>(slot)].submodel->header;
+  const std::string oldId = header.GetId();
+  const int status = header.SetId(id);
+  if (status >= 0) {
+    if (!oldId.empty()) {
+      ids.Erase(oldId, slot);
+    }
+    ids.Insert(header.GetId(), slot);
+  }
+  return status;
+}
+
+int QVR_submodelHandler::FindSubmodel(const char* id) const {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const int slot = id != nullptr ? ids.Find(id) : QVR_OUT_OF_RANGE;
+  return slot < 0 ? QVR_OUT_OF_RANGE : (slot | kHandleBit);
+}
+
+int QVR_submodelHandler::IdExists(const char* id) const { return id != nullptr && ids.Find(id) >= 0 ? 1 : 0; }
+
+int QVR_submodelHandler::IdExistsBelowMain(const char* id) const {
+  return id != nullptr && ids.FindOther(id, 0) >= 0 ? 1 : 0;
+}
+
+int QVR_submodelHandler::FirstSubmodel() const { return NextOccupied(0); }
+
+int QVR_submodelHandler::NextSubmodel(int handle) const {
+  return handle < 0 ? QVR_OUT_OF_RANGE : NextOccupied((handle & ~kHandleBit) + 1);
+}
+
+int QVR_submodelHandler::NextOccupied(int slot) const {
+  for (; slot < static_cast<int>(slots.size()); ++slot) {
+    if (slots[static_cast<std::size_t>(slot)].submodel) {
+      return slot | kHandleBit;
+    }
+  }
+  return QVR_OUT_OF_RANGE;
+}
+
+QVR_submodel* QVR_submodelHandler::GetSubmodel(int handle) {
+  const int slot = SlotOf(handle);
+  return slot < 0 ? nullptr : slots[static_cast<std::size_t>(slot)].submodel.get();
+}
+
+const QVR_submodel* QVR_submodelHandler::GetSubmodel(int handle) const {
+  const int slot = SlotOf(handle);
+  return slot < 0 ? nullptr : slots[static_cast<std::size_t>(slot)].submodel.get();
+}
+
+int QVR_submodelHandler::GetParent(int handle) const {
+  const int slot = SlotOf(handle);
+  if (slot < 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const int parent = slots[static_cast<std::size_t>(slot)].parent;
+  return parent == kNoParent ? kNoParent : (parent | kHandleBit);
+}
+
+int QVR_submodelHandler::IsIncluded(int inner, int outer) const {
+  const int innerSlot = SlotOf(inner);
+  const int outerSlot = SlotOf(outer);
+  if (innerSlot < 0 || outerSlot < 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  int parent = slots[static_cast<std::size_t>(innerSlot)].parent;
+  while (parent != kNoParent) {
+    if (parent == outerSlot) {
+      return 1;
+    }
+    parent = slots[static_cast<std::size_t>(parent)].parent;
+  }
+  return 0;
+}
+
+int QVR_submodelHandler::MoveSubmodel(int handle, int newParent) {
+  const int slot = SlotOf(handle);
+  const int parentSlot = SlotOf(newParent);
+  if (slot <= 0 || parentSlot < 0 || slot == parentSlot || IsIncluded(newParent, handle) != 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  slots[static_cast<std::size_t>(slot)].parent = parentSlot;
+  return QVR_OKAY;
+}
+
+}  // namespace qvr
