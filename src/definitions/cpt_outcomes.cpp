@@ -1,0 +1,185 @@
+// The operations of a conditional probability table on its own outcomes.
+#include <algorithm>
+
+#include "definitions/cpt.h"
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+// An array of texts is used as a list or, without items, as a vector.
+int NameCount(const QVR_stringArray& names) {
+  return names.GetNumItems() > 0 ? names.GetNumItems() : names.GetSize();
+}
+
+// The names as a list; another identifier array also says whether empty ones are allowed.
+int TakeNames(QVR_idArray& target, const QVR_stringArray& names) {
+  if (const auto* ids = dynamic_cast<const QVR_idArray*>(&names)) {
+    target.SetAllowEmpty(ids->AllowsEmpty());
+  }
+  QVR_stringArray list;
+  for (int i = 0; i < NameCount(names); ++i) {
+    if (int status = list.Add(names.Get(i)); status < 0) {
+      return status;
+    }
+  }
+  return target.Copy(list);
+}
+
+}  // namespace
+
+int QVR_cpt::AddOutcome(const char* name) {
+  return IsReady() ? InsertOutcomeAt(numOutcomes, name) : QVR_OBJECT_NOT_READY;
+}
+
+int QVR_cpt::InsertOutcome(int position, const char* name) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  return position < 0 || position > numOutcomes ? QVR_OUT_OF_RANGE : InsertOutcomeAt(position, name);
+}
+
+int QVR_cpt::InsertOutcomeAt(int position, const char* name) {
+  const int last = table.GetNumDimensions() - 1;
+  if (int status = TestTableGrowth(table, last, numOutcomes + 1); status < 0) {
+    return status;
+  }
+  if (int status = TestOutcomeGrowth(); status < 0) {
+    return status;
+  }
+  if (int status = table.AddItem(last); status < 0) {
+    return status;
+  }
+  if (outcomeNames.Insert(position, name) < 0) {
+    if (int status = outcomeNames.InsertUniqueId("State", numOutcomes, position); status < 0) {
+      table.RemoveLastItem(last);
+      return status;
+    }
+  }
+  RetractEvidence();
+  table.ShiftItemsUp(last, position, 0.0);
+  ++numOutcomes;
+  return OutcomeAdded(position);
+}
+
+int QVR_cpt::RemoveOutcome(int position) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (numOutcomes < 3 || position < 0 || position >= numOutcomes) {
+    return QVR_OUT_OF_RANGE;
+  }
+  RetractEvidence();
+  const int last = table.GetNumDimensions() - 1;
+  table.ShiftItemsDown(last, position);
+  if (int status = table.RemoveLastItem(last); status < 0) {
+    return status;
+  }
+  --numOutcomes;
+  const int status = OutcomeRemoved(position, outcomeNames);
+  CheckConsistency(0);  // the probability of the outcome is lost
+  return status;
+}
+
+int QVR_cpt::RenameOutcome(int position, const char* name) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  return position < 0 || position >= numOutcomes ? QVR_OUT_OF_RANGE : outcomeNames.SetItem(position, name);
+}
+
+int QVR_cpt::RenameOutcomes(const QVR_stringArray& names) {
+  if (!IsReady() || !names.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (NameCount(names) < numOutcomes) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const QVR_stringArray given(names);  // they may be the definition's own
+  outcomeNames.Flush();
+  for (int i = 0; i < numOutcomes; ++i) {
+    outcomeNames.AddUniqueId(given.Get(i), -1);
+  }
+  CheckReady(0);
+  return QVR_OKAY;
+}
+
+int QVR_cpt::ReorderOutcomes(const QVR_intArray& order) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  QVR_intArray list;
+  for (int old : order.View()) {
+    list.Add(old);
+  }
+  if (int status = table.PermuteItems(table.GetNumDimensions() - 1, list); status < 0) {
+    return status;
+  }
+  outcomeNames.Permute(list);
+  return OutcomesReordered(list);
+}
+
+int QVR_cpt::TestReplacement(int count) const {
+  return TestTableGrowth(table, table.GetNumDimensions() - 1, count);
+}
+
+int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    return QVR_HAS_CHILDREN;
+  }
+  if (!names.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  QVR_idArray newNames;
+  if (int status = TakeNames(newNames, names); status < 0) {
+    return status;
+  }
+  newNames.CheckConsistency(1);
+  if (!newNames.IsConsistent() && newNames.MakeAllValid() < 0) {
+    return SetNumberOfOutcomes(NameCount(names));
+  }
+  if (int status = TestReplacement(newNames.GetNumItems()); status < 0) {
+    return status;
+  }
+  return ReplaceOutcomes(newNames);
+}
+
+int QVR_cpt::SetNumberOfOutcomes(int count) {
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    return QVR_HAS_CHILDREN;
+  }
+  if (count < 1) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (int status = TestReplacement(count); status < 0) {
+    return status;
+  }
+  QVR_idArray newNames;
+  for (int i = 0; i < count; ++i) {
+    if (int status = newNames.AddUniqueId("State", i); status < 0) {
+      return status;
+    }
+  }
+  return ReplaceOutcomes(newNames);
+}
+
+int QVR_cpt::ReplaceOutcomes(const QVR_idArray& names) {
+  const int oldCount = numOutcomes;
+  if (std::max(2, names.GetNumItems()) != oldCount) {
+    RetractEvidence();
+  }
+  CleanUp(1);
+  if (int status = outcomeNames.Copy(names); status < 0) {
+    return status;
+  }
+  const int status = RebuildFromNetwork();
+  if (numOutcomes != oldCount) {
+    ReinitializeValues();
+  }
+  ResetOutcomeRecords();
+  CheckConsistency(1);
+  return status < 0 ? status : NotifyChange(kDefinitionReplaced);
+}
+
+}  // namespace qvr

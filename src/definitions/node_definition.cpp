@@ -1,0 +1,229 @@
+#include "definitions/node_definition.h"
+
+#include <cmath>
+#include <vector>
+
+#include "model/error_log.h"
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+// The squared distance of two rows of probabilities, by the square roots of their cells.
+double RowDistance(const QVR_Dmatrix& table, int first, int second, int length) {
+  double sum = 0;
+  for (int i = 0; i < length; ++i) {
+    const double difference = std::sqrt(table.Subscript(first + i)) - std::sqrt(table.Subscript(second + i));
+    sum += difference * difference;
+  }
+  return sum;
+}
+
+// Whether, for any combination of the other parents, a row of the dimension is further than the bound from
+// its first. A distance that is no number counts as far.
+bool RowsDiffer(const QVR_Dmatrix& table, int dimension, double bound) {
+  const int length = table.GetDimension(table.GetNumDimensions() - 1);
+  const int stride = table.GetStride(dimension);
+  const int block = stride * table.GetDimension(dimension);
+  for (int start = 0; start < table.GetNumElements(); start += block) {
+    for (int first = start; first < start + stride; first += length) {
+      for (int other = first + stride; other < start + block; other += stride) {
+        if (!(RowDistance(table, first, other, length) <= bound)) {
+          return true;
+        }
+      }
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+void QVR_nodeDefinition::CleanUp(int /*deep*/) { SetReady(true); }
+
+void QVR_nodeDefinition::CheckReady(int /*deep*/) {
+  SetReady(network != nullptr && network->IsValidHandle(handle));
+}
+
+void QVR_nodeDefinition::CheckConsistency(int /*deep*/) { SetConsistent(true); }
+
+int QVR_nodeDefinition::AddParent(int /*parentHandle*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RemoveParent(int /*parentHandle*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::AbsorbObservedParent(int /*parentHandle*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::AbsorbRootParent(int /*parentHandle*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::AddParentOutcome(int /*parentHandle*/, int /*position*/) {
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::RemoveParentOutcome(int /*parentHandle*/, int /*position*/) {
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::ReorderParentOutcomes(int /*parentHandle*/, const QVR_intArray& /*order*/) {
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::ReorderParents(const QVR_intArray& /*order*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RenameParent(int /*parentHandle*/, const char* /*oldId*/, const char* /*newId*/) {
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::ChangeHook(int /*code*/) { return QVR_OKAY; }
+
+int QVR_nodeDefinition::ForwardChange(int code) {
+  if (code == kForwardedChange) {
+    NotifyChange(code);
+  }
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::GetSize() const { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::Assign(const QVR_nodeDefinition& /*other*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RebuildFromNetwork() { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::AdoptFrom(QVR_nodeDefinition& other) {
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  network = other.network;
+  handle = other.handle;
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::DropUnsupportedParents() {
+  if (network == nullptr) {
+    return QVR_OKAY;
+  }
+  const QVR_intArray& list = network->GetParents(handle);
+  for (int parent : std::vector<int>(list.begin(), list.end())) {
+    if (!TakesParent(GetType(), network->NodeAt(parent)->GetType())) {
+      network->RemoveArc(parent, handle, kOrdinaryLayer);
+    }
+  }
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::CheckParentInfluence(int parentIndex, double epsilon, int& isRelevant) {
+  QVR_Dmatrix* table = nullptr;
+  if (GetMatrix(table) < 0 || table == nullptr) {
+    isRelevant = 1;
+    return QVR_OKAY;
+  }
+  if (parentIndex < 0 || parentIndex >= table->GetNumDimensions() - 1) {
+    return QVR_OUT_OF_RANGE;
+  }
+  isRelevant = RowsDiffer(*table, parentIndex, epsilon * epsilon) ? 1 : 0;
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::AddOutcome(const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::InsertOutcome(int /*position*/, const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RemoveOutcome(int /*position*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::GetNumberOfOutcomes() const { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RenameOutcome(int /*position*/, const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::RenameOutcomes(const QVR_stringArray& /*names*/) { return QVR_WRONG_NODE_TYPE; }
+
+QVR_stringArray* QVR_nodeDefinition::GetOutcomeNames() { return nullptr; }
+
+int QVR_nodeDefinition::SetNumberOfOutcomes(const QVR_stringArray& /*names*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::SetNumberOfOutcomes(int /*count*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::ReorderOutcomes(const QVR_intArray& /*order*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::MakeUniform() { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::GetChoiceNames(QVR_idArray*& out) {
+  out = nullptr;
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::Reserved() { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::GetDataArray(QVR_doubleArray*& out) {
+  out = nullptr;
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::GetMatrix(QVR_Dmatrix*& out) {
+  out = nullptr;
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::SetMatrix(const QVR_Dmatrix& /*matrix*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::SetResultingStates(const QVR_stringArray& /*names*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::SetResultingStates(const QVR_intArray& /*indices*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::SetValues(const QVR_doubleArray& /*array*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::ExpandInto(QVR_nodeDefinition& /*other*/) { return QVR_OKAY; }
+
+int QVR_nodeDefinition::TestParentGrowth(int /*parentHandle*/) const { return QVR_OKAY; }
+
+int QVR_nodeDefinition::GetParentDimension(int /*parentHandle*/) const { return QVR_OUT_OF_RANGE; }
+
+void QVR_nodeDefinition::SetOwner(QVR_network* newNetwork, int newHandle) {
+  network = newNetwork;
+  handle = newHandle;
+}
+
+void QVR_nodeDefinition::RemoveAllParents() {
+  if (network == nullptr) {
+    return;
+  }
+  const QVR_intArray& parents = network->GetParents(handle);
+  while (parents.GetNumItems() > 0 && network->RemoveArc(parents[0], handle, kOrdinaryLayer) >= 0) {
+  }
+}
+
+int QVR_nodeDefinition::ParentPosition(int parentHandle) const {
+  return network != nullptr ? network->GetParents(handle).Find(parentHandle) : QVR_OUT_OF_RANGE;
+}
+
+QVR_node* QVR_nodeDefinition::ParentNode(int parentHandle) const {
+  return ParentPosition(parentHandle) >= 0 ? network->NodeAt(parentHandle) : nullptr;
+}
+
+void QVR_nodeDefinition::DetachParent(int parentHandle) {
+  if (network != nullptr) {
+    network->DetachArc(parentHandle, handle);
+  }
+}
+
+void QVR_nodeDefinition::AddAllParents() {
+  if (network == nullptr) {
+    return;
+  }
+  const QVR_intArray& list = network->GetParents(handle);
+  for (int parent : std::vector<int>(list.begin(), list.end())) {
+    if (int status = AddParent(parent); status < 0) {
+      GetErrorLog().Log(status, "Parent could not be added");
+      DetachParent(parent);
+    }
+  }
+}
+
+int QVR_nodeDefinition::NotifyChange(int code) {
+  return network != nullptr ? network->NotifyChange(handle, code) : QVR_OKAY;
+}
+
+QVR_node* QVR_nodeDefinition::OwnNode() const {
+  return network != nullptr ? network->NodeAt(handle) : nullptr;
+}
+
+}  // namespace qvr
