@@ -1,0 +1,159 @@
+// The one place that knows all classes of definitions and values.
+#include <memory>
+#include <new>
+
+#include "definitions/cpt.h"
+#include "model/network.h"
+#include "model/node.h"
+#include "values/belief_vector.h"
+
+namespace qvr {
+
+namespace {
+
+using DefinitionPointer = std::unique_ptr<QVR_nodeDefinition>;
+using ValuePointer = std::unique_ptr<QVR_nodeValue>;
+
+// The copiers clone member by member: the argument is of their class.
+struct DefinitionClass {
+  int type;
+  DefinitionPointer (*make)(QVR_network*, int);
+  DefinitionPointer (*copy)(const QVR_nodeDefinition&);
+  int valueType;
+};
+
+struct ValueClass {
+  int type;
+  ValuePointer (*make)(QVR_network*, int);
+  ValuePointer (*copy)(const QVR_nodeValue&);
+};
+
+constexpr DefinitionClass kDefinitionClasses[] = {
+    {kTypeCpt,
+     [](QVR_network* network, int handle) -> DefinitionPointer {
+       return std::make_unique<QVR_cpt>(network, handle);
+     },
+     [](const QVR_nodeDefinition& other) -> DefinitionPointer {
+       return std::make_unique<QVR_cpt>(static_cast<const QVR_cpt&>(other));
+     },
+     kValueBeliefVector},
+};
+
+constexpr ValueClass kValueClasses[] = {
+    {kValueBeliefVector,
+     [](QVR_network* network, int handle) -> ValuePointer {
+       return std::make_unique<QVR_beliefVector>(network, handle);
+     },
+     [](const QVR_nodeValue& other) -> ValuePointer {
+       return std::make_unique<QVR_beliefVector>(static_cast<const QVR_beliefVector&>(other));
+     }},
+};
+
+const DefinitionClass* FindDefinitionClass(int type) {
+  for (const DefinitionClass& known : kDefinitionClasses) {
+    if (known.type == type) {
+      return &known;
+    }
+  }
+  return nullptr;
+}
+
+const ValueClass* FindValueClass(int type) {
+  for (const ValueClass& known : kValueClasses) {
+    if (known.type == type) {
+      return &known;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int QVR_node::CreateDefinition(int type) {
+  const DefinitionClass* known = FindDefinitionClass(type);
+  if (known == nullptr && type != kTypeNone) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const bool replaces = definition != nullptr && network != nullptr;
+  const int oldType = GetType();
+  const int oldCount = GetNumberOfOutcomes();
+  if (replaces) {
+    DropParentsNotTakenBy(type);
+  }
+  definition.reset();
+  try {
+    if (known != nullptr) {
+      definition = known->make(network, handle);
+    }
+    if (!extra) {
+      extra = std::make_unique<QVR_extraDefinition>(network, handle);
+    }
+  } catch (const std::bad_alloc&) {
+    definition.reset();
+    return QVR_OUT_OF_MEMORY;
+  }
+  const int count = definition ? definition->GetNumberOfOutcomes() : 0;
+  if (extra->GetFaultStates().GetNumItems() != (count < 0 ? 0 : count)) {
+    extra->ResetForOutcomes();
+  }
+  if (replaces) {
+    if (definition) {
+      definition->RebuildFromNetwork();
+    }
+    UpdateChildren(oldType, oldCount);
+  }
+  return QVR_OKAY;
+}
+
+int QVR_node::CreateValue(int type) {
+  const DefinitionClass* definitionClass = FindDefinitionClass(type);
+  if (definitionClass == nullptr && type != kTypeNone) {
+    return QVR_OUT_OF_RANGE;
+  }
+  value.reset();
+  if (definitionClass == nullptr) {
+    return QVR_OKAY;
+  }
+  try {
+    value = FindValueClass(definitionClass->valueType)->make(network, handle);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  return QVR_OKAY;
+}
+
+int QVR_node::CopyDefinition(const QVR_nodeDefinition& other) {
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const DefinitionClass* known = FindDefinitionClass(other.GetType());
+  if (known == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  try {
+    definition = known->copy(other);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  definition->SetOwner(network, handle);
+  return QVR_OKAY;
+}
+
+int QVR_node::CopyValue(const QVR_nodeValue& other) {
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const ValueClass* known = FindValueClass(other.GetValueType());
+  if (known == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  try {
+    value = known->copy(other);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  value->SetOwner(network, handle);
+  return QVR_OKAY;
+}
+
+}  // namespace qvr
