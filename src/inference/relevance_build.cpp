@@ -1,0 +1,158 @@
+// The records of a network: one for each node with outcomes, linked like the nodes.
+#include "inference/relevance_graph.h"
+
+#include <algorithm>
+
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+bool HasRecord(const QVR_node& node) {
+  return node.definition && node.value && (node.definition->GetType() & kTypeBitDiscrete) != 0 &&
+         node.definition->GetNumberOfOutcomes() > 0;
+}
+
+bool IgnoresParents(const QVR_node& node) {
+  return (node.value->GetFlags() & kValueIgnoreParents) != 0 || node.definition->GetType() == kTypeList;
+}
+
+int EvidenceOf(const QVR_node& node, int outcomeCount) {
+  if (!node.value->HasEvidence()) {
+    return -1;
+  }
+  const int evidence = node.value->GetEvidence();
+  return evidence >= 0 && evidence < outcomeCount ? evidence : -1;
+}
+
+// A decision that hasn't been made, or is fixed by evidence, says nothing about its choices.
+void MakeUniformTable(RelevanceNode& record) {
+  QVR_Dmatrix& table = MakeOwnTable(record);
+  const int sizes[] = {record.outcomeCount};
+  table.SetDimensions(sizes);
+  table.Fill(1.0 / record.outcomeCount);
+}
+
+void InitRecord(RelevanceNode& record, QVR_node& node, bool target) {
+  record.node = &node;
+  record.parents = {};
+  record.children = {};
+  record.outcomeCount = node.definition->GetNumberOfOutcomes();
+  record.evidence = EvidenceOf(node, record.outcomeCount);
+  record.liveChildren = 0;
+  record.mark = kMarkNone;
+  record.position = -1;
+  record.target = target;
+  record.tableKind = TableKind::None;
+  record.table = nullptr;
+  if (node.definition->GetType() == kTypeList) {
+    MakeUniformTable(record);
+  }
+}
+
+// Appends the records of a list of handles to the links; leaves out nodes without one.
+std::span<RelevanceNode*> Link(RelevanceGraph& graph, const QVR_intArray& handles) {
+  const std::size_t start = graph.links.size();
+  for (const int handle : handles) {
+    if (RelevanceNode* record = graph.byHandle[static_cast<std::size_t>(handle)]) {
+      graph.links.push_back(record);
+    }
+  }
+  return {graph.links.data() + start, graph.links.size() - start};
+}
+
+void LinkRecord(RelevanceGraph& graph, const QVR_network& network, RelevanceNode& record) {
+  const int handle = record.node->handle;
+  if (!IgnoresParents(*record.node)) {
+    record.parents = Link(graph, network.GetParents(handle));
+    for (RelevanceNode* parent : record.parents) {
+      ++parent->liveChildren;
+    }
+  }
+  record.children = Link(graph, network.GetChildren(handle));
+  const auto ignores = [](const RelevanceNode* child) { return IgnoresParents(*child->node); };
+  const auto kept = std::remove_if(record.children.begin(), record.children.end(), ignores);
+  record.children = record.children.first(static_cast<std::size_t>(kept - record.children.begin()));
+}
+
+std::size_t CountLinks(const QVR_network& network) {
+  std::size_t count = 0;
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    count += static_cast<std::size_t>(network.GetParents(handle).GetNumItems() +
+                                      network.GetChildren(handle).GetNumItems());
+  }
+  return count;
+}
+
+}  // namespace
+
+bool BuildGraph(QVR_network& network, RelevanceGraph& graph) {
+  const auto nodeCount = static_cast<std::size_t>(network.GetNumberOfNodes());
+  const bool allTargets = network.GetTargetCount() == 0;
+  if (graph.records.size() < nodeCount) {
+    graph.records.resize(nodeCount);
+  }
+  graph.recordCount = 0;
+  graph.nodes.clear();
+  graph.links.clear();
+  graph.byHandle.assign(static_cast<std::size_t>(network.GetTableSize()), nullptr);
+  bool anyTarget = false;
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    QVR_node& node = *network.NodeAt(handle);
+    const bool target = allTargets || network.IsTarget(handle) == 1;
+    anyTarget = anyTarget || target;
+    if (HasRecord(node)) {
+      RelevanceNode& record = graph.records[graph.nodes.size()];
+      InitRecord(record, node, target);
+      graph.byHandle[static_cast<std::size_t>(handle)] = &record;
+      graph.nodes.push_back(&record);
+    }
+  }
+  graph.recordCount = graph.nodes.size();
+  if (!anyTarget) {
+    return false;
+  }
+  graph.links.reserve(CountLinks(network));  // spans into it must not move
+  for (RelevanceNode* record : graph.nodes) {
+    LinkRecord(graph, network, *record);
+  }
+  return true;
+}
+
+const QVR_Dmatrix* TableOf(RelevanceNode& record) {
+  if (record.tableKind == TableKind::None) {
+    QVR_Dmatrix* matrix = nullptr;
+    if (record.node->definition->GetMatrix(matrix) < 0 || matrix == nullptr) {
+      return nullptr;
+    }
+    const int dimensions = matrix->GetNumDimensions();
+    if (dimensions != static_cast<int>(record.parents.size()) + 1 ||
+        matrix->GetDimension(dimensions - 1) != record.outcomeCount) {
+      return nullptr;
+    }
+    record.tableKind = TableKind::Borrowed;
+    record.table = matrix;
+  }
+  return record.table;
+}
+
+QVR_Dmatrix& MakeOwnTable(RelevanceNode& record) {
+  record.tableKind = TableKind::Own;
+  record.table = &record.ownTable;
+  return record.ownTable;
+}
+
+int PlaceOfParent(const RelevanceNode& record, const RelevanceNode* parent) {
+  const auto found = std::find(record.parents.begin(), record.parents.end(), parent);
+  return found == record.parents.end() ? -1 : static_cast<int>(found - record.parents.begin());
+}
+
+void RemoveParentAt(RelevanceNode& record, int place) {
+  const auto at = record.parents.begin() + place;
+  --(*at)->liveChildren;
+  std::copy(at + 1, record.parents.end(), at);
+  record.parents = record.parents.first(record.parents.size() - 1);
+}
+
+}  // namespace qvr
