@@ -1,0 +1,57 @@
+#include "inference/table_rescale.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace qvr {
+namespace {
+
+constexpr double kSmallest = 0x1p-256;
+constexpr double kLargest = 0x1p256;
+// The whole factor for the smallest doubles would itself be no double.
+constexpr int kLargestShift = 1000;
+
+double Larger(double a, double b) { return a > b ? a : b; }
+
+void Scale(std::span<double> table, int shift) {
+  const double factor = std::ldexp(1.0, shift);
+  for (double& entry : table) {
+    entry *= factor;
+  }
+}
+
+}  // namespace
+
+double LargestEntry(std::span<const double> table) {
+  // Independent lanes, since one running maximum would wait for itself at every entry.
+  constexpr std::size_t kLanes = 8;
+  std::array<double, kLanes> lanes{};
+  const std::size_t whole = table.size() - table.size() % kLanes;
+  for (std::size_t i = 0; i < whole; i += kLanes) {
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      lanes[lane] = Larger(table[i + lane], lanes[lane]);
+    }
+  }
+  for (std::size_t i = whole; i < table.size(); ++i) {
+    lanes[0] = Larger(table[i], lanes[0]);
+  }
+  return *std::max_element(lanes.begin(), lanes.end());
+}
+
+void RescaleTable(std::span<double> table) {
+  const double largest = LargestEntry(table);
+  if (largest == 0.0 || !std::isfinite(largest) || (largest >= kSmallest && largest <= kLargest)) {
+    return;
+  }
+  int exponent = 0;
+  std::frexp(largest, &exponent);
+  const int shift = std::min(-exponent, kLargestShift);
+  Scale(table, shift);
+  if (shift != -exponent) {
+    Scale(table, -exponent - shift);
+  }
+}
+
+}  // namespace qvr

@@ -1,0 +1,18 @@
+// Keeps the tables of message passing clear of underflow by factors that lose no bits.
+#ifndef QVR_INFERENCE_TABLE_RESCALE_H
+#define QVR_INFERENCE_TABLE_RESCALE_H
+
+#include <span>
+
+namespace qvr {
+
+// 0 for a table without positive entries. Entries that are no numbers don't count.
+[[nodiscard]] double LargestEntry(std::span<const double> table);
+
+// If the largest entry is finite, above 0 and outside 2^-256 to 2^256, multiplies the table by the power
+// of two that brings it into [0.5, 1). Otherwise every bit stays.
+void RescaleTable(std::span<double> table);
+
+}  // namespace qvr
+
+#endif
