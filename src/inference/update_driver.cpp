@@ -1,0 +1,151 @@
+// The one entry of inference: which family of solvers a network needs, and which discrete solver.
+#include <new>
+#include <stdexcept>
+
+#include "inference/solver_runs.h"
+#include "inference/virtual_evidence_guard.h"
+#include "model/error_log.h"
+#include "model/network.h"
+
+namespace qvr {
+
+// Marks an update in progress; a nested one leaves the mark to the outer.
+class UpdateScope {
+ public:
+  explicit UpdateScope(QVR_network& newNetwork) : network(newNetwork), outer(newNetwork.updating) {
+    network.updating = true;
+  }
+  ~UpdateScope() { network.updating = outer; }
+  UpdateScope(const UpdateScope&) = delete;
+  UpdateScope& operator=(const UpdateScope&) = delete;
+
+ private:
+  QVR_network& network;
+  bool outer;
+};
+
+namespace {
+
+// The families of solvers, in the order in which a network that asks for several gets one.
+enum class SolverFamily { Temporal, Unsolvable, Decision, Equation, Hybrid, Discrete };
+
+struct NodeKinds {
+  bool decision = false;
+  bool equation = false;
+  bool hybrid = false;
+  bool temporal = false;
+};
+
+void CountKind(int type, NodeKinds& kinds) {
+  if ((type & (kTypeBitDecision | kTypeBitUtility)) != 0) {
+    kinds.decision = true;
+  } else if (type == kTypeDChildHParent || type == kTypeDistribution || type == kTypeHEquation) {
+    kinds.hybrid = true;
+  } else if (type == kTypeEquation || type == kTypeEquationScc) {
+    kinds.equation = true;
+  }
+}
+
+NodeKinds CollectKinds(const QVR_network& network) {
+  NodeKinds kinds;
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    CountKind(network.NodeAt(handle)->GetType(), kinds);
+    kinds.temporal = kinds.temporal || network.GetDynamicType(handle) == kDynamicPlate;
+  }
+  return kinds;
+}
+
+SolverFamily ChooseFamily(const NodeKinds& kinds) {
+  if (kinds.temporal) {
+    return SolverFamily::Temporal;
+  }
+  if (kinds.decision) {
+    return kinds.equation || kinds.hybrid ? SolverFamily::Unsolvable : SolverFamily::Decision;
+  }
+  if (kinds.equation) {
+    return SolverFamily::Equation;
+  }
+  return kinds.hybrid ? SolverFamily::Hybrid : SolverFamily::Discrete;
+}
+
+int Refuse(const char* reason) { return GetErrorLog().Log(QVR_OUT_OF_RANGE, reason); }
+
+int SolveEquations(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const int type = network.NodeAt(handle)->GetType();
+    if (type != kTypeNone && type != kTypeEquation && type != kTypeEquationScc) {
+      return Refuse("Unable to handle hybrid networks with equation solver.");
+    }
+  }
+  return Refuse("The solver for equations isn't built in.");
+}
+
+int Solve(QVR_network& network) {
+  switch (ChooseFamily(CollectKinds(network))) {
+    case SolverFamily::Temporal:
+      return Refuse("The solver for temporal networks isn't built in.");
+    case SolverFamily::Unsolvable:
+      return Refuse("Unable to handle hybrid networks in influence diagrams.");
+    case SolverFamily::Decision:
+      return Refuse("The solver for influence diagrams isn't built in.");
+    case SolverFamily::Equation:
+      return SolveEquations(network);
+    case SolverFamily::Hybrid:
+      return Refuse("The solver for hybrid networks isn't built in.");
+    case SolverFamily::Discrete:
+      return network.SolveDiscrete();
+  }
+  return QVR_OUT_OF_RANGE;
+}
+
+int RunDiscreteSolver(QVR_network& network) {
+  const int id = network.GetBeliefAlgorithm();
+  if (id < ALG_JOIN_TREE || id > ALG_RELEVANCE_HALVING) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (network.GetNumberOfNodes() == 0) {
+    return QVR_OKAY;
+  }
+  switch (id) {
+    case ALG_JOIN_TREE:
+      return RunJoinTreeWithFallback(network);
+    case ALG_POLYTREE:
+      return Refuse("The polytree solver isn't built in.");
+    case ALG_CLIQUE_TREE:
+      return RunCliqueTree(network);
+    case ALG_RELEVANCE_BATCHES:
+      return RunRelevanceBatches(network);
+    case ALG_RELEVANCE_HALVING:
+      return RunRelevanceHalving(network);
+    default:
+      return Refuse("The sampling solvers aren't built in.");
+  }
+}
+
+int SolveWithVirtualEvidence(QVR_network& network) {
+  VirtualEvidenceGuard guard(network);
+  if (const int status = guard.Enter(); status < 0) {
+    return status;
+  }
+  return RunDiscreteSolver(network);
+}
+
+// Nothing of the engine throws; what the standard library throws for lack of memory becomes a code.
+int WithoutExceptions(int (*solve)(QVR_network&), QVR_network& network) {
+  try {
+    const UpdateScope scope(network);
+    return solve(network);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  } catch (const std::length_error&) {
+    return QVR_OUT_OF_MEMORY;
+  }
+}
+
+}  // namespace
+
+int QVR_network::UpdateBeliefs() { return WithoutExceptions(Solve, *this); }
+
+int QVR_network::SolveDiscrete() { return WithoutExceptions(SolveWithVirtualEvidence, *this); }
+
+}  // namespace qvr
