@@ -1,0 +1,33 @@
+// The base of all speakers: objects that read one file format.
+#ifndef QVR_FORMATS_FILE_FORMAT_H
+#define QVR_FORMATS_FILE_FORMAT_H
+
+#include "model/object.h"
+
+namespace qvr {
+
+class IXmlBinding;
+class QVR_network;
+
+// A speaker serves one network and one file.
+class QVR_fileFormat : public QVR_object {
+ public:
+  explicit QVR_fileFormat(QVR_network& newNetwork) : network(newNetwork) { SetReady(true); }
+
+  // Fills the network, which the caller has emptied. A failure has been logged; what was read before it
+  // stays.
+  [[nodiscard]] virtual int ReadFile(const char* fileName) = 0;
+  // True if the speaker itself refuses identifiers that occur twice: the network needn't.
+  [[nodiscard]] virtual bool AcceptsDuplicateIds() const { return false; }
+  // True if no file of the format can state a cycle: the network needn't look for one.
+  [[nodiscard]] virtual bool VouchesForGraph() const { return false; }
+  // The binding of front-end extensions, for formats that have them.
+  virtual void SetExtension(IXmlBinding* /*newExtension*/) {}
+
+ protected:
+  QVR_network& network;
+};
+
+}  // namespace qvr
+
+#endif

@@ -1,0 +1,58 @@
+#include "formats/format_table.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "formats/xqvr_speaker.h"
+#include "model/error_log.h"
+#include "model/status.h"
+
+namespace qvr {
+namespace {
+
+struct Row {
+  std::string_view extension;
+  FormatCode format;
+};
+
+constexpr Row kRows[] = {
+    {"erg", kFormatErgo}, {"dne", kFormatNetica}, {"dsc", kFormatMicrosoft},
+    {"qvr", kFormatText}, {"net", kFormatHugin},  {"xml03", kFormatXmlBif},
+    {"dxp", kFormatKi},   {"xqvr", kFormatXml},   {"qqvr", kFormatXml},
+};
+
+char ToLowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](char x, char y) { return ToLowerAscii(x) == ToLowerAscii(y); });
+}
+
+}  // namespace
+
+int GetFormatFromExtension(const char* fileName) {
+  const std::string_view name = fileName == nullptr ? "" : fileName;
+  const std::size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos) {
+    return QVR_OUT_OF_RANGE;
+  }
+  for (const Row& row : kRows) {
+    if (EqualIgnoringCase(name.substr(dot + 1), row.extension)) {
+      return row.format;
+    }
+  }
+  return QVR_OUT_OF_RANGE;
+}
+
+std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* fileName, int& format) {
+  if (format == kFormatByExtension) {
+    format = GetFormatFromExtension(fileName);
+  }
+  if (format == kFormatXml) {
+    return std::make_unique<QVR_xqvrSpeaker>(network);
+  }
+  GetErrorLog().Log(QVR_OUT_OF_RANGE, "Unknown File Format");
+  return nullptr;
+}
+
+}  // namespace qvr

@@ -1,0 +1,72 @@
+#include "formats/latin1.h"
+
+namespace qvr {
+namespace {
+
+bool IsAscii(const std::string& text) {
+  unsigned char all = 0;
+  for (char c : text) {
+    all |= static_cast<unsigned char>(c);
+  }
+  return all < 0x80;
+}
+
+// What a lead byte says: the sequence's length and the bits that it contributes itself. A continuation
+// byte that stands where a lead byte should counts as the first of five.
+struct Lead {
+  int length;
+  unsigned bits;
+};
+
+Lead DecodeLead(unsigned char byte) {
+  if (byte < 0x80) {
+    return {1, byte};
+  }
+  if (byte < 0xC0) {
+    return {5, byte & 0x3FU};
+  }
+  if (byte < 0xE0) {
+    return {2, byte & 0x1FU};
+  }
+  if (byte < 0xF0) {
+    return {3, byte & 0x0FU};
+  }
+  if (byte < 0xF8) {
+    return {4, byte & 0x07U};
+  }
+  if (byte < 0xFC) {
+    return {5, byte & 0x03U};
+  }
+  return {6, byte & 0x01U};
+}
+
+// Decodes the character at `next` and moves behind it.
+unsigned DecodeCharacter(const std::string& text, std::size_t& next) {
+  const Lead lead = DecodeLead(static_cast<unsigned char>(text[next++]));
+  unsigned value = lead.bits;
+  for (int i = 1; i < lead.length && next < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[next]);
+    if (byte < 0x80 || byte >= 0xC0) {
+      break;
+    }
+    value = (value << 6) | (byte & 0x3FU);
+    ++next;
+  }
+  return value;
+}
+
+}  // namespace
+
+void ConvertToLatin1(std::string& text) {
+  if (IsAscii(text)) {
+    return;
+  }
+  std::size_t length = 0;  // what is written never overtakes what is read
+  for (std::size_t next = 0; next < text.size();) {
+    const unsigned value = DecodeCharacter(text, next);
+    text[length++] = value <= 0xFF ? static_cast<char>(value) : '?';
+  }
+  text.resize(length);
+}
+
+}  // namespace qvr

@@ -1,0 +1,112 @@
+// The reader of the XML network format.
+#ifndef QVR_FORMATS_XML_NET_LOADER_H
+#define QVR_FORMATS_XML_NET_LOADER_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "formats/xml_error_handler.h"
+#include "formats/xml_handler.h"
+#include "formats/xml_reader.h"
+#include "model/number_array.h"
+
+namespace qvr {
+
+class QVR_network;
+class QVR_node;
+class QVR_nodeDefinition;
+
+// Fills the network from the file, or without a file name from the text. With an extension binding the
+// element "extensions" must hold that one element; with none it is skipped. False after an error, which
+// has been logged; what had been built up to there stays in the network.
+bool LoadXmlNetwork(const char* fileName, const char* text, QVR_network& network,
+                    IXmlBinding* extensionBinding);
+
+// Builds the network while the document streams: a node comes into being when its element starts; arcs,
+// outcomes and numbers are applied when it ends. A name must be known before it is used.
+class XmlNetLoader : private XmlReader, private XmlErrorHandler {
+ public:
+  explicit XmlNetLoader(QVR_network& newNetwork);
+
+  bool Load(const char* path, const char* text, IXmlBinding* extensionBinding);
+
+ private:
+  using Binding = XmlHandler<XmlNetLoader>;
+  using Callbacks = XmlCallbacks<XmlNetLoader>;
+  class NodeBinding;
+  friend class XmlHandler<XmlNetLoader>;
+  struct NodeAttributes;
+
+  // --- the schema: xml_net_loader_schema.cpp
+  Binding& NewBinding(const char* name, const Callbacks& callbacks);
+  Binding& NewBinding(const char* name, const Callbacks& callbacks, int validation);
+  Binding& NewNodeBinding(const char* name, int definitionType, bool hasStates, const Callbacks& callbacks);
+  void BuildSchema(IXmlBinding* extensionBinding);
+  void AddAlgorithmParameters();
+  void AddProperties();
+  void AddNodes();
+  void AddExtensions(IXmlBinding* extensionBinding);
+  void AddSkipped(const char* name);
+
+  // --- the document around the nodes: xml_net_loader.cpp
+  // Aborts with the message, a colon and the value in quotes.
+  void ReportQuoted(const char* message, const std::string& value);
+  void StartRoot(IXmlReader& reader);
+  void StartEpis(IXmlReader& reader);
+  void StartProperty(IXmlReader& reader);
+  void EndNetworkProperty(IXmlReader& reader);
+
+  // --- nodes: xml_net_loader_nodes.cpp
+  void StartNode(int definitionType);
+  bool ReadNodeAttributes(NodeAttributes& out);
+  bool ReadWordAttributes(NodeAttributes& out);
+  bool CreateNode(int definitionType, const NodeAttributes& attributes);
+  void ResetScratch();
+  void EndNode(bool hasStates, void (XmlNetLoader::*applyDefinition)(IXmlReader&));
+  bool RefuseOversizedTable();
+  void AddArcs();
+  bool SetOutcomes();
+  void SetDiagnosticAttributes();
+  void EndNodeProperty(IXmlReader& reader);
+  void StartState(IXmlReader& reader);
+  void TakeParent(IXmlReader& reader);
+  void StartProbabilities(IXmlReader& reader);
+  void TakeDouble(IXmlReader& reader);
+  void EndDoubles(IXmlReader& reader);
+  void EndCpt(IXmlReader& reader);
+  [[nodiscard]] long long CountParentConfigurations() const;
+  [[nodiscard]] QVR_node& CurrentNode() const;
+
+  QVR_network& network;
+  int currentNode = -1;  // the handle of the node that is or was last open
+  QVR_nodeDefinition* definition = nullptr;
+  std::string propertyId;
+
+  // What the open node element has told so far.
+  std::vector<std::string> stateIds;
+  std::unordered_set<std::string> knownStateIds;
+  std::vector<std::string> stateLabels;  // empty where a state has none
+  int defaultState = -1;
+  std::vector<int> faultStates;
+  std::vector<int> parents;
+  std::vector<int> parentMarks;  // by handle: the mark of the last element that named it as a parent
+  int parentMark = 0;
+  std::vector<double> doubles;  // the open list of numbers
+  QVR_doubleArray values;       // the finished one
+
+  Binding* rootBinding = nullptr;
+  Binding* parentsBinding = nullptr;
+  Binding* stateBinding = nullptr;
+  Binding* propertyBinding = nullptr;
+  std::vector<std::unique_ptr<Binding>> bindings;
+  // The keys are the identifiers that the nodes hold, which may differ from those in the file.
+  std::unordered_map<std::string_view, int> nodeHandles;
+};
+
+}  // namespace qvr
+
+#endif

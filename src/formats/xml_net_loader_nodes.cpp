@@ -1,0 +1,287 @@
+// The node elements: from the start of an element, which makes the node, over the children, which gather
+// what it has, to its end, which applies that.
+#include <algorithm>
+#include <cstdint>
+#include <span>
+
+#include "definitions/cpt.h"
+#include "formats/number_token.h"
+#include "formats/xml_net_loader.h"
+#include "model/dense_matrix.h"
+#include "model/network.h"
+
+namespace qvr {
+namespace {
+
+// Room for so many numbers is made in advance; beyond it a list grows by what the file really holds.
+// Tables up to this size are built before anyone counts whether the file fills them.
+constexpr long long kMaxReserved = 1'048'576;
+
+constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxiliary"};
+constexpr int kAuxiliary = 2;
+constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // in DynamicType's order
+
+// The position of the word, the fallback for an empty one, or -2.
+int FindWord(const std::string& word, std::span<const char* const> words, int fallback) {
+  if (word.empty()) {
+    return fallback;
+  }
+  const auto found = std::find(words.begin(), words.end(), word);
+  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
+}
+
+}  // namespace
+
+struct XmlNetLoader::NodeAttributes {
+  std::string id;
+  bool isTarget = false;
+  bool isRanked = false;
+  bool isMandatory = false;
+  int diagnosisType = kAuxiliary;
+  std::string dynamicWord;
+  int dynamicType = kDynamicNormal;
+};
+
+QVR_node& XmlNetLoader::CurrentNode() const { return *network.NodeAt(currentNode); }
+
+void XmlNetLoader::StartNode(int definitionType) {
+  NodeAttributes attributes;
+  if (!ReadNodeAttributes(attributes) || !CreateNode(definitionType, attributes)) {
+    return;
+  }
+  if (attributes.isTarget) {
+    network.SetTarget(currentNode);
+  }
+  QVR_extraDefinition& extra = *CurrentNode().extra;
+  extra.diagnosisType = attributes.diagnosisType;
+  extra.ranked = attributes.isRanked ? 1 : 0;
+  extra.mandatory = attributes.isMandatory ? 1 : 0;
+  ResetScratch();
+}
+
+// False after an error, as in all these steps.
+bool XmlNetLoader::ReadNodeAttributes(NodeAttributes& out) {
+  GetStringAttribute("id", out.id);
+  return GetBoolAttribute("target", out.isTarget, false) && GetBoolAttribute("ranked", out.isRanked, false) &&
+         GetBoolAttribute("mandatory", out.isMandatory, false) && ReadWordAttributes(out);
+}
+
+bool XmlNetLoader::ReadWordAttributes(NodeAttributes& out) {
+  std::string diagnosisWord;
+  GetStringAttribute("diagtype", diagnosisWord);
+  out.diagnosisType = FindWord(diagnosisWord, kDiagnosisWords, kAuxiliary);
+  if (out.diagnosisType < 0) {
+    ReportQuoted("Unknown diagnosis node type", diagnosisWord);
+    return false;
+  }
+  GetStringAttribute("dynamic", out.dynamicWord);
+  out.dynamicType = FindWord(out.dynamicWord, kDynamicWords, kDynamicNormal);
+  if (out.dynamicType < 0) {
+    ReportQuoted("Unknown dynamic node type", out.dynamicWord);
+    return false;
+  }
+  return true;
+}
+
+bool XmlNetLoader::CreateNode(int definitionType, const NodeAttributes& attributes) {
+  if (nodeHandles.contains(attributes.id)) {
+    ReportQuoted("Duplicated node identifier", attributes.id);
+    return false;
+  }
+  const int handle = network.AddNode(definitionType, attributes.id.c_str());
+  if (handle < 0 || network.NodeAt(handle)->definition == nullptr) {
+    ReportQuoted("ORBEL failed to create node", attributes.id);
+    return false;
+  }
+  if (attributes.dynamicType != kDynamicNormal &&
+      network.SetDynamicType(handle, attributes.dynamicType) < 0) {
+    Abort("ORBEL failed to set dynamic node type to '" + attributes.dynamicWord + "' for '" + attributes.id +
+          "'");
+    return false;
+  }
+  currentNode = handle;
+  definition = CurrentNode().definition.get();
+  nodeHandles.emplace(CurrentNode().GetId(), handle);
+  return true;
+}
+
+void XmlNetLoader::ResetScratch() {
+  stateIds.clear();
+  knownStateIds = {};  // clear() would cost the room of the largest node each time
+  stateLabels.clear();
+  defaultState = -1;
+  faultStates.clear();
+  parents.clear();
+  ++parentMark;
+  doubles.clear();
+  values.CleanUp();
+}
+
+void XmlNetLoader::EndNode(bool hasStates, void (XmlNetLoader::*applyDefinition)(IXmlReader&)) {
+  if (RefuseOversizedTable()) {
+    return;
+  }
+  AddArcs();
+  if (hasStates) {
+    if (!SetOutcomes()) {
+      return;
+    }
+    SetDiagnosticAttributes();
+  }
+  if (applyDefinition != nullptr) {
+    (this->*applyDefinition)(*this);
+  }
+  values.CleanUp();
+}
+
+// A few words can ask for a table of gigabytes. One that can't be built, or that the file's numbers don't
+// fill, is refused before its memory is touched, by the message that building it would end with.
+bool XmlNetLoader::RefuseOversizedTable() {
+  const long long configurations = CountParentConfigurations();
+  const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
+  const long long filled = std::max(kMaxReserved, static_cast<long long>(values.GetSize()));
+  if (configurations * 2 > QVR_Dmatrix::kMaxElements) {
+    Abort("AddArc failed");
+  } else if (configurations * states > QVR_Dmatrix::kMaxElements) {
+    Abort("SetNumberOfOutcomes failed");
+  } else if (configurations * states > filled) {
+    Abort("SetProbabilities failed");
+  }
+  return IsAborted();
+}
+
+// Saturates above the largest table that a matrix can hold.
+long long XmlNetLoader::CountParentConfigurations() const {
+  long long count = 1;
+  for (int parent : parents) {
+    count *= std::max(network.NodeAt(parent)->GetNumberOfOutcomes(), 1);
+    if (count > QVR_Dmatrix::kMaxElements) {
+      break;
+    }
+  }
+  return count;
+}
+
+void XmlNetLoader::AddArcs() {
+  for (int parent : parents) {
+    if (network.AddArc(parent, currentNode, kOrdinaryLayer) < 0) {
+      Abort("AddArc failed");
+      return;
+    }
+  }
+}
+
+bool XmlNetLoader::SetOutcomes() {
+  QVR_stringArray names;
+  bool complete = true;
+  for (const std::string& id : stateIds) {
+    complete = names.Add(id.c_str()) >= 0 && complete;
+  }
+  if (!complete || definition->SetNumberOfOutcomes(names) < 0) {
+    Abort("SetNumberOfOutcomes failed");
+    return false;
+  }
+  return true;
+}
+
+void XmlNetLoader::SetDiagnosticAttributes() {
+  QVR_extraDefinition& extra = *CurrentNode().extra;
+  for (std::size_t i = 0; i < stateLabels.size(); ++i) {
+    if (!stateLabels[i].empty()) {
+      extra.SetFaultLabel(static_cast<int>(i), stateLabels[i].c_str());
+    }
+  }
+  if (defaultState >= 0) {
+    extra.SetDefaultOutcome(defaultState);
+    extra.setAsDefault = 1;
+  }
+  for (int state : faultStates) {
+    extra.SetFault(state, 1);
+  }
+}
+
+void XmlNetLoader::EndNodeProperty(IXmlReader& /*reader*/) {
+  std::string value;
+  GetText(value);
+  if (CurrentNode().info->userProperties.Add(propertyId.c_str(), value.c_str()) < 0) {
+    ReportQuoted("Can't add node property", propertyId);
+  }
+}
+
+void XmlNetLoader::StartState(IXmlReader& /*reader*/) {
+  std::string id;
+  GetStringAttribute("id", id);
+  if (!knownStateIds.insert(id).second) {
+    ReportQuoted("Duplicate state identifier", id);
+    return;
+  }
+  const int index = static_cast<int>(stateIds.size());
+  stateIds.push_back(id);
+  bool isDefault = false;
+  bool isFault = false;
+  if (!GetBoolAttribute("default", isDefault, false) || !GetBoolAttribute("fault", isFault, false)) {
+    return;
+  }
+  if (isDefault && defaultState >= 0) {
+    ReportQuoted("Duplicate default state attribute at state", id);
+    return;
+  }
+  if (isDefault) {
+    defaultState = index;
+  }
+  if (isFault) {
+    faultStates.push_back(index);
+  }
+  std::string label;
+  GetStringAttribute("label", label);
+  stateLabels.push_back(label);
+}
+
+void XmlNetLoader::TakeParent(IXmlReader& /*reader*/) {
+  const std::string& id = GetRawText();
+  const auto found = nodeHandles.find(id);
+  if (found == nodeHandles.end()) {
+    ReportQuoted("Node parent not found: ", id);
+    return;
+  }
+  const auto handle = static_cast<std::size_t>(found->second);
+  if (handle >= parentMarks.size()) {
+    parentMarks.resize(static_cast<std::size_t>(network.GetTableSize()));
+  }
+  if (parentMarks[handle] == parentMark) {
+    ReportQuoted("Duplicate parent", id);
+    return;
+  }
+  parentMarks[handle] = parentMark;
+  parents.push_back(found->second);
+}
+
+// The exact size of the table where states and parents stand before the numbers.
+void XmlNetLoader::StartProbabilities(IXmlReader& /*reader*/) {
+  const long long states = std::min(static_cast<long long>(stateIds.size()), kMaxReserved);
+  doubles.reserve(static_cast<std::size_t>(std::min(states * CountParentConfigurations(), kMaxReserved)));
+}
+
+void XmlNetLoader::TakeDouble(IXmlReader& /*reader*/) {
+  double value = 0;
+  if (!ReadWholeDouble(GetRawText(), value)) {
+    Abort("Can't read list of doubles, failed at element " + std::to_string(doubles.size() + 1));
+    return;
+  }
+  doubles.push_back(value);
+}
+
+void XmlNetLoader::EndDoubles(IXmlReader& /*reader*/) {
+  if (values.Assign(doubles) < 0) {
+    Abort("Out of memory");
+  }
+  doubles.clear();
+}
+
+void XmlNetLoader::EndCpt(IXmlReader& /*reader*/) {
+  if (static_cast<QVR_cpt*>(definition)->SetProbabilities(values) < 0) {
+    Abort("SetProbabilities failed");
+  }
+}
+
+}  // namespace qvr

@@ -1,0 +1,24 @@
+// The speaker of the XML network format.
+#ifndef QVR_FORMATS_XQVR_SPEAKER_H
+#define QVR_FORMATS_XQVR_SPEAKER_H
+
+#include "formats/file_format.h"
+
+namespace qvr {
+
+class QVR_xqvrSpeaker : public QVR_fileFormat {
+ public:
+  using QVR_fileFormat::QVR_fileFormat;
+
+  [[nodiscard]] int ReadFile(const char* fileName) override;  // 0 or -103
+  [[nodiscard]] bool AcceptsDuplicateIds() const override { return true; }
+  [[nodiscard]] bool VouchesForGraph() const override { return true; }  // parents precede their children
+  void SetExtension(IXmlBinding* newExtension) override { extension = newExtension; }
+
+ private:
+  IXmlBinding* extension = nullptr;  // not owned
+};
+
+}  // namespace qvr
+
+#endif
