@@ -232,12 +232,7 @@ void JoinTreePropagation::MarkNeeded(std::span<const unsigned char> wanted) {
 // What is new from the parent: its message over the one sent to it, 0 where that was 0.
 void JoinTreePropagation::MakeRatio(int clique) {
   const std::span<double> fresh = NewMessage(clique);
-  const std::span<double> old = Message(clique);
-  RescaleTable(fresh);
-  for (std::size_t i = 0; i < fresh.size(); ++i) {
-    const double divisor = old[i] != 0.0 ? old[i] : 1.0;  // so that nothing divides by 0, whatever is picked
-    fresh[i] = old[i] != 0.0 ? fresh[i] / divisor : 0.0;
-  }
+  DivideTable(fresh.data(), Message(clique).data(), fresh.size());
   RescaleTable(fresh);
 }
 

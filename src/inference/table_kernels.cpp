@@ -274,4 +274,12 @@ void AddSlab(double* small, const double* slab, const SlabPlan& plan) {
   }
 }
 
+void DivideTable(double* __restrict target, const double* __restrict divisor, std::size_t size) {
+  for (std::size_t i = 0; i < size; ++i) {
+    // Divides in any case, so that the choice behind it needs no branch.
+    const double quotient = target[i] / (divisor[i] != 0.0 ? divisor[i] : 1.0);
+    target[i] = divisor[i] != 0.0 ? quotient : 0.0;
+  }
+}
+
 }  // namespace qvr

@@ -3,6 +3,8 @@
 #ifndef QVR_INFERENCE_TABLE_KERNELS_H
 #define QVR_INFERENCE_TABLE_KERNELS_H
 
+#include <cstddef>
+
 #include "inference/table_plan.h"
 
 namespace qvr {
@@ -29,6 +31,8 @@ void AssignSlab(double* slab, const double* small, const SlabPlan& plan);
 void MultiplySlab(double* target, const double* source, const double* small, const SlabPlan& plan);
 // small[its cell] += slab[cell]. The plan must have a runStep of 0 or 1, as all but those of node tables do.
 void AddSlab(double* small, const double* slab, const SlabPlan& plan);
+// target[i] /= divisor[i], and 0 where the divisor is 0. The tables don't overlap.
+void DivideTable(double* target, const double* divisor, std::size_t size);
 
 }  // namespace qvr
 

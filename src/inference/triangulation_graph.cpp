@@ -22,7 +22,9 @@ void TriangulationGraph::Build(const ComponentShape& shape) {
   resized.clear();
   tightened.clear();
   densePlace.clear();
-  sparsePlace.clear();
+  if (!sparsePlace.empty()) {
+    sparsePlace = {};  // clear() would sweep the buckets of the largest component ever
+  }
   if (nodeCount <= kDenseNodes) {
     densePlace.assign(count * count, 0);
   }
