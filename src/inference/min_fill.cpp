@@ -79,7 +79,7 @@ bool operator<(const FillKey& a, const FillKey& b) {
   return a.fillCount != b.fillCount ? a.fillCount < b.fillCount : a.tableSize < b.tableSize;
 }
 
-// The part of the graph not yet eliminated. Rows may still name eliminated nodes, which go when a walk
+// The part of the graph not yet eliminated. Lists may still name eliminated nodes, which go when a walk
 // meets them.
 class FillGraph {
  public:
@@ -93,7 +93,7 @@ class FillGraph {
   [[nodiscard]] FillKey KeyOf(int node);
 
  private:
-  struct Row {
+  struct EliminationNode {
     // The new neighbour is connected with `common` of those present.
     void Add(int neighbour, int common) {
       missing += degree++ - common;
@@ -106,25 +106,25 @@ class FillGraph {
     bool eliminated = false;
   };
 
-  Row& RowOf(int node) { return rows[static_cast<std::size_t>(node)]; }
+  EliminationNode& NodeOf(int node) { return nodes[static_cast<std::size_t>(node)]; }
   // True if the entry named an eliminated node; another entry has taken its place then.
-  bool DropIfEliminated(Row& row, std::size_t place) {
-    if (!RowOf(row.neighbours[place]).eliminated) {
+  bool DropIfEliminated(EliminationNode& record, std::size_t place) {
+    if (!NodeOf(record.neighbours[place]).eliminated) {
       return false;
     }
-    row.neighbours[place] = row.neighbours.back();
-    row.neighbours.pop_back();
+    record.neighbours[place] = record.neighbours.back();
+    record.neighbours.pop_back();
     return true;
   }
   std::int64_t TableSize(int node);
 
   const ComponentShape& shape;
-  std::vector<Row> rows;
+  std::vector<EliminationNode> nodes;
   PairSet arcs;
 };
 
 FillGraph::FillGraph(const ComponentShape& newShape)
-    : shape(newShape), rows(newShape.outcomeCounts.size()), arcs(newShape.parents.size()) {
+    : shape(newShape), nodes(newShape.outcomeCounts.size()), arcs(newShape.parents.size()) {
   for (int node = 0; node < shape.NodeCount(); ++node) {
     const std::span<const int> parents = shape.ParentsOf(node);
     for (std::size_t i = 0; i < parents.size(); ++i) {
@@ -140,8 +140,8 @@ void FillGraph::Connect(int a, int b) {
   if (!arcs.Insert(a, b)) {
     return;
   }
-  const bool walkA = RowOf(a).neighbours.size() <= RowOf(b).neighbours.size();
-  Row& walked = RowOf(walkA ? a : b);
+  const bool walkA = NodeOf(a).neighbours.size() <= NodeOf(b).neighbours.size();
+  EliminationNode& walked = NodeOf(walkA ? a : b);
   const int other = walkA ? b : a;
   int common = 0;
   for (std::size_t i = 0; i < walked.neighbours.size();) {
@@ -150,39 +150,39 @@ void FillGraph::Connect(int a, int b) {
     }
     const int neighbour = walked.neighbours[i++];
     if (arcs.Contains(neighbour, other)) {
-      --RowOf(neighbour).missing;
+      --NodeOf(neighbour).missing;
       ++common;
     }
   }
-  RowOf(a).Add(b, common);
-  RowOf(b).Add(a, common);
+  NodeOf(a).Add(b, common);
+  NodeOf(b).Add(a, common);
 }
 
 void FillGraph::Remove(int node, std::span<const int> neighbours) {
-  const int degree = RowOf(node).degree;
+  const int degree = NodeOf(node).degree;
   for (const int neighbour : neighbours) {
-    Row& row = RowOf(neighbour);
-    row.missing -= row.degree-- - degree;
+    EliminationNode& record = NodeOf(neighbour);
+    record.missing -= record.degree-- - degree;
   }
-  RowOf(node).eliminated = true;
-  RowOf(node).neighbours = {};
+  NodeOf(node).eliminated = true;
+  NodeOf(node).neighbours = {};
 }
 
 void FillGraph::CopyNeighbours(int node, std::vector<int>& out) {
-  Row& row = RowOf(node);
-  for (std::size_t i = 0; i < row.neighbours.size();) {
-    i += DropIfEliminated(row, i) ? 0 : 1;
+  EliminationNode& record = NodeOf(node);
+  for (std::size_t i = 0; i < record.neighbours.size();) {
+    i += DropIfEliminated(record, i) ? 0 : 1;
   }
-  out.assign(row.neighbours.begin(), row.neighbours.end());
+  out.assign(record.neighbours.begin(), record.neighbours.end());
   std::sort(out.begin(), out.end());
 }
 
 std::int64_t FillGraph::TableSize(int node) {
-  Row& row = RowOf(node);
+  EliminationNode& record = NodeOf(node);
   std::int64_t size = shape.outcomeCounts[static_cast<std::size_t>(node)];
-  for (std::size_t i = 0; i < row.neighbours.size() && size < kLargest;) {
-    if (!DropIfEliminated(row, i)) {
-      const auto neighbour = static_cast<std::size_t>(row.neighbours[i++]);
+  for (std::size_t i = 0; i < record.neighbours.size() && size < kLargest;) {
+    if (!DropIfEliminated(record, i)) {
+      const auto neighbour = static_cast<std::size_t>(record.neighbours[i++]);
       size = SaturatingProduct(size, shape.outcomeCounts[neighbour]);
     }
   }
@@ -190,8 +190,8 @@ std::int64_t FillGraph::TableSize(int node) {
 }
 
 FillKey FillGraph::KeyOf(int node) {
-  const Row& row = RowOf(node);
-  return {row.degree == 0 ? kLargest : row.missing, TableSize(node)};
+  const EliminationNode& record = NodeOf(node);
+  return {record.degree == 0 ? kLargest : record.missing, TableSize(node)};
 }
 
 // A binary heap of nodes, smallest key first.
@@ -209,15 +209,15 @@ class EliminationHeap {
   std::size_t SiftDown(std::size_t place);
   void SiftUp(std::size_t place);
 
-  std::vector<FillKey> keys;       // by node
-  std::vector<std::size_t> place;  // by node
+  std::vector<FillKey> keys;              // by node
+  std::vector<std::size_t> heapPosition;  // by node
   std::vector<int> heap;
 };
 
 EliminationHeap::EliminationHeap(std::vector<FillKey> newKeys) : keys(std::move(newKeys)) {
   for (std::size_t i = 0; i < keys.size(); ++i) {
     heap.push_back(static_cast<int>(i));
-    place.push_back(i);
+    heapPosition.push_back(i);
   }
   for (std::size_t i = heap.size() / 2; i-- > 0;) {
     SiftDown(i);
@@ -234,13 +234,13 @@ int EliminationHeap::Pop() {
 
 void EliminationHeap::Update(int node, const FillKey& key) {
   keys[static_cast<std::size_t>(node)] = key;
-  SiftUp(SiftDown(place[static_cast<std::size_t>(node)]));
+  SiftUp(SiftDown(heapPosition[static_cast<std::size_t>(node)]));
 }
 
 void EliminationHeap::Swap(std::size_t a, std::size_t b) {
   std::swap(heap[a], heap[b]);
-  place[static_cast<std::size_t>(heap[a])] = a;
-  place[static_cast<std::size_t>(heap[b])] = b;
+  heapPosition[static_cast<std::size_t>(heap[a])] = a;
+  heapPosition[static_cast<std::size_t>(heap[b])] = b;
 }
 
 // An equal left child goes before the right one, so that runs repeat.
@@ -267,6 +267,7 @@ void EliminationHeap::SiftUp(std::size_t from) {
 
 EliminationHeap MakeHeap(FillGraph& graph, int nodeCount) {
   std::vector<FillKey> keys;
+  keys.reserve(static_cast<std::size_t>(nodeCount));
   for (int node = 0; node < nodeCount; ++node) {
     keys.push_back(graph.KeyOf(node));
   }

@@ -1,6 +1,5 @@
 #include "inference/virtual_evidence_guard.h"
 
-#include <algorithm>
 #include <array>
 
 #include "model/error_log.h"
@@ -78,7 +77,9 @@ int VirtualEvidenceGuard::CreateChild() {
   }
   children.push_back(child);
   const QVR_node& node = *network.NodeAt(child);
-  return node.definition && node.value ? child : QVR_OUT_OF_MEMORY;
+  QVR_Dmatrix* table = nullptr;  // without cells if memory is short
+  const bool complete = node.definition && node.value && node.definition->GetMatrix(table) >= 0;
+  return complete && table->GetNumElements() > 0 ? child : QVR_OUT_OF_MEMORY;
 }
 
 // Appends to the arc lists and shapes the table directly: a new leaf closes no cycle, and neither a
@@ -103,8 +104,7 @@ int VirtualEvidenceGuard::Link(int parent, int child, int outcomeCount) {
 void VirtualEvidenceGuard::DeleteLast() {
   const int child = children.back();
   children.pop_back();
-  QVR_nodeEntry& entry = network.Entry(child);
-  for (const int parent : entry.parents) {
+  for (const int parent : network.Entry(child).parents) {
     QVR_intArray& siblings = network.Entry(parent).children;
     // The newest arc stands last, if it was made at all.
     const int last = siblings.GetNumItems() - 1;
@@ -112,11 +112,7 @@ void VirtualEvidenceGuard::DeleteLast() {
       siblings.Delete(last);
     }
   }
-  network.UnsetTarget(child);
-  network.ids.Erase(kTemporaryId, child);
-  entry = QVR_nodeEntry();
-  --network.numNodes;
-  network.lowestFree = std::min(network.lowestFree, child);
+  network.FreeSlot(child);
 }
 
 VirtualEvidenceGuard::~VirtualEvidenceGuard() {
