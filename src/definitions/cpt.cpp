@@ -92,6 +92,7 @@ int QVR_cpt::GetDataArray(QVR_doubleArray*& out) {
 }
 
 int QVR_cpt::ResetTable() {
+  SetReady(false);
   for (int count = outcomeNames.GetNumItems(); count < kLeastOutcomes; ++count) {
     if (int status = outcomeNames.AddUniqueId("State", count); status < 0) {
       return status;

@@ -48,17 +48,21 @@ int QVR_cpt::InsertOutcomeAt(int position, const char* name) {
   if (int status = TestOutcomeGrowth(); status < 0) {
     return status;
   }
-  if (int status = table.AddItem(last); status < 0) {
+  QVR_Dmatrix grown;
+  if (int status = grown.Copy(table); status < 0) {
     return status;
   }
+  if (int status = grown.AddItem(last); status < 0) {
+    return status;
+  }
+  grown.ShiftItemsUp(last, position, 0.0);
   if (outcomeNames.Insert(position, name) < 0) {
     if (int status = outcomeNames.InsertUniqueId("State", numOutcomes, position); status < 0) {
-      table.RemoveLastItem(last);
       return status;
     }
   }
-  RetractEvidence();
-  table.ShiftItemsUp(last, position, 0.0);
+  RetractEvidence();  // may start an update, which still finds the old table
+  table.Swap(grown);
   ++numOutcomes;
   return OutcomeAdded(position);
 }
@@ -70,12 +74,17 @@ int QVR_cpt::RemoveOutcome(int position) {
   if (numOutcomes < 3 || position < 0 || position >= numOutcomes) {
     return QVR_OUT_OF_RANGE;
   }
-  RetractEvidence();
   const int last = table.GetNumDimensions() - 1;
-  table.ShiftItemsDown(last, position);
-  if (int status = table.RemoveLastItem(last); status < 0) {
+  QVR_Dmatrix reduced;
+  if (int status = reduced.Copy(table); status < 0) {
     return status;
   }
+  reduced.ShiftItemsDown(last, position);
+  if (int status = reduced.RemoveLastItem(last); status < 0) {
+    return status;
+  }
+  RetractEvidence();
+  table.Swap(reduced);
   --numOutcomes;
   const int status = OutcomeRemoved(position, outcomeNames);
   CheckConsistency(0);  // the probability of the outcome is lost

@@ -1,5 +1,6 @@
 // How the outcomes of a node stay in step with all that depends on them.
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,7 @@ std::vector<QVR_nodeCost*> CostsOfChildren(QVR_network& network, int handle) {
   std::sort(children.begin(), children.end());
   children.erase(std::unique(children.begin(), children.end()), children.end());
   std::vector<QVR_nodeCost*> costs;
+  costs.reserve(children.size());
   for (int child : children) {
     costs.push_back(network.NodeAt(child)->cost.get());
   }
@@ -126,7 +128,8 @@ class OutcomeReplacement {
 }  // namespace
 
 int QVR_nodeDefinition::TestTableGrowth(const QVR_Dmatrix& table, int dimension, std::int64_t newSize) {
-  const std::int64_t others = table.GetNumElements() / table.GetDimension(dimension);
+  const bool isEmpty = table.GetNumElements() == 0;
+  const std::int64_t others = isEmpty ? 1 : table.GetNumElements() / table.GetDimension(dimension);
   return newSize > QVR_Dmatrix::kMaxElements / others ? QVR_OUT_OF_MEMORY : QVR_OKAY;
 }
 
@@ -165,17 +168,27 @@ void QVR_nodeDefinition::ReinitializeValues() {
   }
 }
 
+int QVR_nodeDefinition::TellChildren(const std::function<int(QVR_nodeDefinition&)>& follow) {
+  const QVR_intArray& list = network->GetChildren(handle);
+  int result = QVR_OKAY;
+  for (int child : std::vector<int>(list.begin(), list.end())) {
+    QVR_nodeDefinition& definition = *network->NodeAt(child)->definition;
+    if (int status = follow(definition); status < 0) {
+      definition.RebuildFromNetwork();
+      result = result < 0 ? result : status;
+    }
+  }
+  return result;
+}
+
 int QVR_nodeDefinition::OutcomeAdded(int position) {
   ReinitializeValues();
   QVR_node* node = OwnNode();
   if (node == nullptr) {
     return QVR_OKAY;
   }
-  for (int child : network->GetChildren(handle)) {
-    if (int status = network->NodeAt(child)->definition->AddParentOutcome(handle, position); status < 0) {
-      return status;
-    }
-  }
+  const int status =
+      TellChildren([&](QVR_nodeDefinition& child) { return child.AddParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
     cost->ParentOutcomeAdded(handle, position);
   }
@@ -183,7 +196,8 @@ int QVR_nodeDefinition::OutcomeAdded(int position) {
     node->extra->AddOutcome(position);
   }
   CheckReady(0);
-  return NotifyChange(kOutcomesChanged);
+  const int result = NotifyChange(kOutcomesChanged);
+  return status < 0 ? status : result;
 }
 
 int QVR_nodeDefinition::OutcomeRemoved(int position, QVR_stringArray& names) {
@@ -193,11 +207,8 @@ int QVR_nodeDefinition::OutcomeRemoved(int position, QVR_stringArray& names) {
   if (node == nullptr) {
     return QVR_OKAY;
   }
-  for (int child : network->GetChildren(handle)) {
-    if (int status = network->NodeAt(child)->definition->RemoveParentOutcome(handle, position); status < 0) {
-      return status;
-    }
-  }
+  const int status =
+      TellChildren([&](QVR_nodeDefinition& child) { return child.RemoveParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
     cost->ParentOutcomeRemoved(handle, position);
   }
@@ -205,7 +216,8 @@ int QVR_nodeDefinition::OutcomeRemoved(int position, QVR_stringArray& names) {
     node->extra->RemoveOutcome(position);
   }
   CheckReady(0);
-  return NotifyChange(kOutcomesChanged);
+  const int result = NotifyChange(kOutcomesChanged);
+  return status < 0 ? status : result;
 }
 
 int QVR_nodeDefinition::OutcomesReordered(const QVR_intArray& order) {
@@ -216,15 +228,13 @@ int QVR_nodeDefinition::OutcomesReordered(const QVR_intArray& order) {
   if (node->extra) {
     node->extra->PermuteOutcomes(order);
   }
-  for (int child : network->GetChildren(handle)) {
-    if (int status = network->NodeAt(child)->definition->ReorderParentOutcomes(handle, order); status < 0) {
-      return status;
-    }
-  }
+  const int status =
+      TellChildren([&](QVR_nodeDefinition& child) { return child.ReorderParentOutcomes(handle, order); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
     cost->ReorderParentOutcomes(handle, order);
   }
-  return node->value ? node->value->ReorderOutcomes(order) : QVR_OKAY;
+  const int result = node->value ? node->value->ReorderOutcomes(order) : QVR_OKAY;
+  return status < 0 ? status : result;
 }
 
 void QVR_nodeDefinition::OutcomesAdopted() {
@@ -232,6 +242,7 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   if (node == nullptr || node->definition.get() != this) {
     return;
   }
+  const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // half the network still has the old shapes
   const int count = std::max(0, GetNumberOfOutcomes());
   const QVR_Dmatrix* beliefs = node->value ? node->value->GetMatrix() : nullptr;
   if (beliefs != nullptr && beliefs->GetNumDimensions() > 0 &&

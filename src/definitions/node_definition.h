@@ -3,6 +3,7 @@
 #define QVR_DEFINITIONS_NODE_DEFINITION_H
 
 #include <cstdint>
+#include <functional>
 
 #include "model/dense_matrix.h"
 #include "model/number_array.h"
@@ -137,12 +138,16 @@ class QVR_nodeDefinition : public QVR_object {
   int OutcomeAdded(int position);
   int OutcomeRemoved(int position, QVR_stringArray& names);
   int OutcomesReordered(const QVR_intArray& order);
-  // The same when the whole outcome set was adopted: whatever doesn't have its size is made afresh.
+  // The same when the whole outcome set was adopted: whatever doesn't have its size is made afresh. The
+  // caller notifies.
   void OutcomesAdopted();
   // -42 if a child or cost child couldn't follow an added outcome; asked before anything changes.
   [[nodiscard]] int TestOutcomeGrowth() const;
   // -42 if the table would grow too large with this size of the dimension.
   [[nodiscard]] static int TestTableGrowth(const QVR_Dmatrix& table, int dimension, std::int64_t newSize);
+  // Every child, also after a failure, whose code comes back: a child that can't follow is rebuilt, since a
+  // table of the old shape would be read past its end.
+  int TellChildren(const std::function<int(QVR_nodeDefinition&)>& follow);
   // Retracts evidence, real, propagated or virtual, before the outcome set changes.
   void RetractEvidence();
   // A fresh value, for another number of outcomes; also the values that this node indexes.

@@ -131,20 +131,18 @@ int QVR_Dmatrix::SetDimensions(std::span<const int> sizes) {
   if (!Charge(moreBytes)) {
     return QVR_OUT_OF_MEMORY;
   }
-  QVR_intArray newDimensions;
   QVR_intArray newStrides;
   QVR_doubleArray newItems;
   const int count = static_cast<int>(sizes.size());
-  if (newDimensions.Assign(sizes) < 0 || newStrides.SetSize(count) < 0 ||
-      newItems.SetSize(static_cast<int>(total)) < 0) {
-    Charge(-moreBytes);
+  if (newStrides.SetSize(count) < 0 || newItems.SetSize(static_cast<int>(total)) < 0 ||
+      dimensions.Assign(sizes) < 0) {
+    memoryInUse.fetch_sub(moreBytes, std::memory_order_relaxed);
     return QVR_OUT_OF_MEMORY;
   }
   for (int i = count - 1, stride = 1; i >= 0; --i) {
     newStrides[i] = stride;
-    stride *= newDimensions[i];
+    stride *= dimensions[i];
   }
-  dimensions = std::move(newDimensions);
   strides = std::move(newStrides);
   items = std::move(newItems);
   accountedBytes = newBytes;

@@ -242,8 +242,11 @@ int QVR_Dmatrix::SumOutWeighted(int dimension, const QVR_doubleArray& weights, Q
 int QVR_Dmatrix::SumOutProduct(int dimension, const QVR_Dmatrix& other, const QVR_intArray& map) {
   const int matched = other.GetNumDimensions();
   QVR_intArray otherSteps;  // for each dimension of this matrix; 0 where the other one hasn't got it
-  if (!HasDimension(dimension) || map.Length() < matched || otherSteps.SetSize(GetNumDimensions()) < 0) {
+  if (!HasDimension(dimension) || map.Length() < matched) {
     return QVR_OUT_OF_RANGE;
+  }
+  if (const int status = otherSteps.SetSize(GetNumDimensions()); status < 0) {
+    return status;
   }
   for (int i = 0; i < matched; ++i) {
     if (!HasDimension(map[i]) || otherSteps[map[i]] != 0 || other.dimensions[i] != dimensions[map[i]]) {

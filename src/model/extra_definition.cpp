@@ -259,7 +259,7 @@ std::string QVR_extraDefinition::MakeFaultLabel(const char* base) const {
     number += count < 0 ? 0 : count;
   }
   for (;; ++number) {
-    std::string label = base + std::to_string(number);
+    std::string label = (base != nullptr ? base : "") + std::to_string(number);
     if (!IsFaultLabelUsed(label.c_str(), QVR_OUT_OF_RANGE)) {
       return label;
     }

@@ -36,6 +36,7 @@ struct QVR_idArray::Index {
     std::int64_t upTo = 0;
   };
 
+  // `position` lies behind those of equal texts.
   void Append(const char* text, int position);
   // False if it can't follow, since the text stands elsewhere as well.
   bool Remove(std::string_view text);
@@ -49,9 +50,7 @@ void QVR_idArray::Index::Append(const char* text, int position) {
   if (text == nullptr || *text == '\0') {
     return;
   }
-  Place& place = places.try_emplace(text, Place{position, 0}).first->second;
-  place.first = std::min(place.first, position);
-  ++place.count;
+  ++places.try_emplace(text, Place{position, 0}).first->second.count;
 }
 
 bool QVR_idArray::Index::Remove(std::string_view text) {

@@ -11,6 +11,8 @@ const QVR_intArray& EmptyList() {
   return empty;
 }
 
+void DropLast(QVR_intArray& list) { list.Delete(list.GetNumItems() - 1); }
+
 }  // namespace
 
 const QVR_intArray& QVR_network::GetParents(int handle, int layer) const {
@@ -72,22 +74,20 @@ int QVR_network::AddArc(int parent, int child, int layer) {
 }
 
 int QVR_network::LinkNodes(int parent, int child) {
-  QVR_intArray& children = Entry(parent).children;
-  QVR_intArray& parents = Entry(child).parents;
   QVR_nodeDefinition* definition = Entry(child).node->definition.get();
   if (!Entry(parent).node->definition || definition == nullptr) {
     return GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
   }
-  if (int status = children.Add(child); status < 0) {
+  if (int status = Entry(parent).children.Add(child); status < 0) {
     return status;
   }
-  if (int status = parents.Add(parent); status < 0) {
-    children.Delete(children.GetNumItems() - 1);
+  if (int status = Entry(child).parents.Add(parent); status < 0) {
+    DropLast(Entry(parent).children);
     return status;
   }
   if (definition->AddParent(parent) < 0) {
-    children.Delete(children.GetNumItems() - 1);
-    parents.Delete(parents.GetNumItems() - 1);
+    DropLast(Entry(parent).children);
+    DropLast(Entry(child).parents);
     return GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
   }
   return QVR_OKAY;

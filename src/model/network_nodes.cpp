@@ -153,20 +153,20 @@ int QVR_network::DeleteNode(int handle) {
   if (!IsValidHandle(handle)) {
     return QVR_OUT_OF_RANGE;
   }
-  QVR_nodeEntry& entry = Entry(handle);
-  while (entry.children.GetNumItems() > 0) {
-    RemoveArc(handle, entry.children[0], kOrdinaryLayer);
+  // An update that an arc's removal starts may move the table, so the entry is looked up anew each time.
+  while (Entry(handle).children.GetNumItems() > 0) {
+    RemoveArc(handle, Entry(handle).children[0], kOrdinaryLayer);
   }
-  while (entry.parents.GetNumItems() > 0) {
-    RemoveArc(entry.parents[0], handle, kOrdinaryLayer);
+  while (Entry(handle).parents.GetNumItems() > 0) {
+    RemoveArc(Entry(handle).parents[0], handle, kOrdinaryLayer);
   }
-  while (entry.costChildren.GetNumItems() > 0) {
-    RemoveCostArc(handle, entry.costChildren[0]);
+  while (Entry(handle).costChildren.GetNumItems() > 0) {
+    RemoveCostArc(handle, Entry(handle).costChildren[0]);
   }
-  while (entry.costParents.GetNumItems() > 0) {
-    RemoveCostArc(entry.costParents[0], handle);
+  while (Entry(handle).costParents.GetNumItems() > 0) {
+    RemoveCostArc(Entry(handle).costParents[0], handle);
   }
-  if (entry.node->definition) {
+  if (Entry(handle).node->definition) {
     ReinitializeIndexedValues(handle);
   }
   FreeSlot(handle);

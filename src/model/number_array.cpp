@@ -43,7 +43,7 @@ void NumberArray<T>::TakeFrom(NumberArray& other) noexcept {
   size = other.size;
   numItems = other.numItems;
   if (heap == nullptr) {
-    std::copy_n(other.inlineItems, size, inlineItems);
+    std::copy_n(other.inlineItems, kInlineRoom, inlineItems);  // a fixed length needs no call
   }
   other.CleanUp();
 }
@@ -207,7 +207,8 @@ int NumberArray<T>::Permute(const NumberArray<int>& order) {
 template <typename T>
 void NumberArray<T>::Swap(NumberArray& other) noexcept {
   if (this != &other) {
-    NumberArray kept(std::move(other));
+    NumberArray kept;
+    kept.TakeFrom(other);
     other.TakeFrom(*this);
     TakeFrom(kept);
   }

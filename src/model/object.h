@@ -23,9 +23,7 @@ class QVR_object {
 
  protected:
   void SetReady(bool ready) { flags = ready ? (flags | kReady) : (flags & ~kReady); }
-  void SetConsistent(bool consistent) {
-    flags = consistent ? (flags | kConsistent) : (flags & ~kConsistent);
-  }
+  void SetConsistent(bool consistent) { flags = consistent ? (flags | kConsistent) : (flags & ~kConsistent); }
 
  private:
   static constexpr int kReady = 1;
