@@ -4,8 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -72,6 +70,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   bool SetOutcomes();
   void SetDiagnosticAttributes();
   void EndNodeProperty(IXmlReader& reader);
+  bool AddStateId(const std::string& id);
   void StartState(IXmlReader& reader);
   void TakeParent(IXmlReader& reader);
   void StartProbabilities(IXmlReader& reader);
@@ -88,8 +87,8 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
 
   // What the open node element has told so far.
   std::vector<std::string> stateIds;
-  std::unordered_set<std::string> knownStateIds;
-  std::vector<std::string> stateLabels;  // empty where a state has none
+  std::unordered_set<std::string> manyStateIds;  // the same once there are many; empty before
+  std::vector<std::string> stateLabels;          // empty where a state has none
   int defaultState = -1;
   std::vector<int> faultStates;
   std::vector<int> parents;
@@ -103,8 +102,6 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   Binding* stateBinding = nullptr;
   Binding* propertyBinding = nullptr;
   std::vector<std::unique_ptr<Binding>> bindings;
-  // The keys are the identifiers that the nodes hold, which may differ from those in the file.
-  std::unordered_map<std::string_view, int> nodeHandles;
 };
 
 }  // namespace qvr

@@ -17,6 +17,9 @@ namespace {
 // Tables up to this size are built before anyone counts whether the file fills them.
 constexpr long long kMaxReserved = 1'048'576;
 
+// Among so few states a scan is the fastest search.
+constexpr std::size_t kMaxScanned = 16;
+
 constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxiliary"};
 constexpr int kAuxiliary = 2;
 constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // in DynamicType's order
@@ -84,7 +87,7 @@ bool XmlNetLoader::ReadWordAttributes(NodeAttributes& out) {
 }
 
 bool XmlNetLoader::CreateNode(int definitionType, const NodeAttributes& attributes) {
-  if (nodeHandles.contains(attributes.id)) {
+  if (network.FindNode(attributes.id.c_str()) >= 0) {
     ReportQuoted("Duplicated node identifier", attributes.id);
     return false;
   }
@@ -101,13 +104,12 @@ bool XmlNetLoader::CreateNode(int definitionType, const NodeAttributes& attribut
   }
   currentNode = handle;
   definition = CurrentNode().definition.get();
-  nodeHandles.emplace(CurrentNode().GetId(), handle);
   return true;
 }
 
 void XmlNetLoader::ResetScratch() {
   stateIds.clear();
-  knownStateIds = {};  // clear() would cost the room of the largest node each time
+  manyStateIds = {};  // clear() would cost the room of the largest node each time
   stateLabels.clear();
   defaultState = -1;
   faultStates.clear();
@@ -208,15 +210,32 @@ void XmlNetLoader::EndNodeProperty(IXmlReader& /*reader*/) {
   }
 }
 
+// False for an identifier that is there already.
+bool XmlNetLoader::AddStateId(const std::string& id) {
+  if (stateIds.size() < kMaxScanned) {
+    if (std::find(stateIds.begin(), stateIds.end(), id) != stateIds.end()) {
+      return false;
+    }
+  } else {
+    if (manyStateIds.empty()) {
+      manyStateIds.insert(stateIds.begin(), stateIds.end());
+    }
+    if (!manyStateIds.insert(id).second) {
+      return false;
+    }
+  }
+  stateIds.push_back(id);
+  return true;
+}
+
 void XmlNetLoader::StartState(IXmlReader& /*reader*/) {
   std::string id;
   GetStringAttribute("id", id);
-  if (!knownStateIds.insert(id).second) {
+  const int index = static_cast<int>(stateIds.size());
+  if (!AddStateId(id)) {
     ReportQuoted("Duplicate state identifier", id);
     return;
   }
-  const int index = static_cast<int>(stateIds.size());
-  stateIds.push_back(id);
   bool isDefault = false;
   bool isFault = false;
   if (!GetBoolAttribute("default", isDefault, false) || !GetBoolAttribute("fault", isFault, false)) {
@@ -239,21 +258,21 @@ void XmlNetLoader::StartState(IXmlReader& /*reader*/) {
 
 void XmlNetLoader::TakeParent(IXmlReader& /*reader*/) {
   const std::string& id = GetRawText();
-  const auto found = nodeHandles.find(id);
-  if (found == nodeHandles.end()) {
+  const int parent = network.FindNode(id.c_str());
+  if (parent < 0) {
     ReportQuoted("Node parent not found: ", id);
     return;
   }
-  const auto handle = static_cast<std::size_t>(found->second);
-  if (handle >= parentMarks.size()) {
+  const auto place = static_cast<std::size_t>(parent);
+  if (place >= parentMarks.size()) {
     parentMarks.resize(static_cast<std::size_t>(network.GetTableSize()));
   }
-  if (parentMarks[handle] == parentMark) {
+  if (parentMarks[place] == parentMark) {
     ReportQuoted("Duplicate parent", id);
     return;
   }
-  parentMarks[handle] = parentMark;
-  parents.push_back(found->second);
+  parentMarks[place] = parentMark;
+  parents.push_back(parent);
 }
 
 // The exact size of the table where states and parents stand before the numbers.

@@ -116,7 +116,8 @@ bool XmlReader::ParseStream(IXmlInputStream& stream, IXmlBinding& root, IXmlErro
   XML_SetUserData(parser.get(), this);
   XML_SetElementHandler(parser.get(), OnStartElement, OnEndElement);
   XML_SetCharacterDataHandler(parser.get(), OnCharacterData);
-  XML_SetEntityDeclHandler(parser.get(), OnEntityDeclaration);
+  XML_SetEntityDeclHandler(parser.get(),
+                           [](void* reader, auto...) { static_cast<XmlReader*>(reader)->CountEntity(); });
   const bool result = PumpStream(stream);
   elementStack.clear();
   depth = 0;
@@ -241,17 +242,13 @@ void XmlReader::OnCharacterData(void* reader, const char* data, int length) {
   }
 }
 
-void XmlReader::OnEntityDeclaration(void* reader, const char* /*name*/, int /*isParameter*/,
-                                    const char* /*value*/, int /*length*/, const char* /*base*/,
-                                    const char* /*systemId*/, const char* /*publicId*/,
-                                    const char* /*notation*/) {
-  auto& self = *static_cast<XmlReader*>(reader);
-  ++self.entityCount;
-  if (self.entityCount > kMaxEntities) {
+void XmlReader::CountEntity() {
+  ++entityCount;
+  if (entityCount > kMaxEntities) {
     try {
-      self.Abort("Too many entities");
+      Abort("Too many entities");
     } catch (const std::exception&) {
-      self.AbortForMemory();
+      AbortForMemory();
     }
   }
 }

@@ -58,9 +58,7 @@ class XmlReader : public IXmlReader {
   static void OnStartElement(void* reader, const char* name, const char** attributes);
   static void OnEndElement(void* reader, const char* name);
   static void OnCharacterData(void* reader, const char* data, int length);
-  static void OnEntityDeclaration(void* reader, const char* name, int isParameter, const char* value,
-                                  int length, const char* base, const char* systemId, const char* publicId,
-                                  const char* notation);
+  void CountEntity();
 
   bool PumpStream(IXmlInputStream& stream);
   bool FeedBlock(IXmlInputStream& stream, int size, bool& isFinal);
