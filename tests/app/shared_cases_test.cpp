@@ -1,0 +1,83 @@
+// Batch folders with independent answers, where a checkout has them beside it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "app/batch_folder.h"
+
+namespace qvr {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The result table has six significant digits.
+constexpr double kTolerance = 2e-6;
+
+#ifdef NDEBUG
+constexpr bool kReleaseBuild = true;
+#else
+constexpr bool kReleaseBuild = false;
+#endif
+
+// Large networks; with sanitizers on they would take minutes.
+bool IsSlow(const std::string& name) { return name == "barley" || name == "pigs" || name == "andes"; }
+
+// They hold kinds of definitions that don't load yet.
+bool IsLeftOut(const std::string& name) {
+  return name.starts_with("mixed_definitions") || name == "noisymax";
+}
+
+fs::path CaseFolder() { return fs::path(QVR_SHARED_DIR) / "cases"; }
+
+std::vector<std::string> CaseNames() {
+  std::vector<std::string> names;
+  std::error_code absent;
+  for (const fs::directory_entry& entry : fs::directory_iterator(CaseFolder(), absent)) {
+    if (entry.is_directory() && !IsLeftOut(entry.path().filename().string())) {
+      names.push_back(entry.path().filename().string());
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names.empty() ? std::vector<std::string>{"absent"} : names;
+}
+
+class SharedCases : public testing::TestWithParam<std::string> {};
+
+TEST_P(SharedCases, MatchIndependentAnswers) {
+  const fs::path source = CaseFolder() / GetParam();
+  if (!fs::exists(source)) {
+    GTEST_SKIP() << "no batch folders in " << CaseFolder();
+  }
+  if (!kReleaseBuild && IsSlow(GetParam())) {
+    GTEST_SKIP() << "only in release";
+  }
+  const BatchFolder folder;
+  folder.CopyInputs(source);
+  const RunOutcome outcome = folder.Run();
+  ASSERT_EQ(outcome.exitCode, 0) << outcome.output;
+
+  std::ostringstream answers;
+  answers << std::ifstream(source / "expected.csv").rdbuf();
+  const std::vector<std::vector<std::string>> expected = CellsOf(answers.str());
+  const std::vector<std::vector<std::string>> actual = CellsOf(folder.Read("resultdata.csv"));
+  ASSERT_GE(expected.size(), 3U);
+  ASSERT_EQ(actual.size(), expected.size());
+  EXPECT_EQ(actual[0], expected[0]);
+  EXPECT_EQ(actual[1], expected[1]);
+  for (std::size_t row = 2; row < expected.size(); ++row) {
+    ASSERT_EQ(actual[row].size(), expected[row].size());
+    for (std::size_t column = 0; column < expected[row].size(); ++column) {
+      EXPECT_NEAR(std::stod(actual[row][column]), std::stod(expected[row][column]), kTolerance)
+          << "case " << row - 2 << ", " << expected[0][column] << " " << expected[1][column];
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Folders, SharedCases, testing::ValuesIn(CaseNames()),
+                         [](const testing::TestParamInfo<std::string>& folder) { return folder.param; });
+
+}  // namespace
+}  // namespace qvr

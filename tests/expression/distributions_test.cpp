@@ -1,0 +1,222 @@
+// Draws against mean, variance and distribution function of the literature, and densities against 1.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <vector>
+
+#include "expression/distribution_source.h"
+#include "expression/function_row.h"
+
+namespace qvr {
+namespace {
+
+constexpr int kDraws = 200000;
+
+struct Law {
+  const char* name;
+  std::vector<double> arguments;
+  double mean;
+  double variance;
+  double low;  // all but 1e-7 of the probability lies between these
+  double high;
+  bool discrete = false;
+
+  [[nodiscard]] ArgumentBlock Block() const {
+    ArgumentBlock block;
+    for (const double value : arguments) {
+      block.values[block.count++] = value;
+    }
+    return block;
+  }
+  [[nodiscard]] const FunctionRow& Row() const { return *LookupFunctionRow(name); }
+};
+
+std::ostream& operator<<(std::ostream& out, const Law& law) {
+  out << law.name << '(';
+  for (const double value : law.arguments) {
+    out << value << ' ';
+  }
+  return out << ')';
+}
+
+const double kRootPi = std::sqrt(std::acos(-1.0));
+
+const Law kLaws[] = {
+    {"Uniform", {-1, 3}, 1, 16.0 / 12, -1, 3},
+    {"Normal", {2, 3}, 2, 9, -18, 22},
+    {"Normal", {2, -3}, 2, 9, -18, 22},
+    {"Lognormal", {0.5, 0.4}, std::exp(0.58), (std::exp(0.16) - 1) * std::exp(1.16), 0, 20},
+    {"Exponential", {2}, 0.5, 0.25, 0, 12},
+    {"Triangular", {0, 1, 4}, 5.0 / 3, (16.0 + 1 - 4) / 18, 0, 4},
+    {"Weibull", {2, 2}, kRootPi, 4 - kRootPi* kRootPi, 0, 10},
+    {"Gamma", {0.5, 1}, 0.5, 0.5, 0, 20},
+    {"Gamma", {3, 2}, 6, 12, 0, 70},
+    {"Gamma", {7, 1}, 7, 7, 0, 45},
+    {"Gamma", {2.5, 1}, 2.5, 2.5, 0, 35},
+    {"Beta", {2, 3}, 0.4, 0.04, 0, 1},
+    {"Beta", {1, 1}, 0.5, 1.0 / 12, 0, 1},
+    {"Beta", {0.5, 0.5}, 0.5, 0.125, 0, 1},
+    {"Beta", {600, 600}, 0.5, 0.25 / 1201, 0.4, 0.6},
+    {"CustomPDF", {0, 1, 1, 1}, 0.5, 1.0 / 12, 0, 1},
+    {"CustomPDF", {0, 1, 3, 0, 2, 2}, 26.0 / 15, 107.0 / 30 - 676.0 / 225, 0, 3},
+    {"Bernoulli", {0.3}, 0.3, 0.21, 0, 1, true},
+    {"Binomial", {12, 0.4}, 4.8, 2.88, 0, 12, true},
+    {"Binomial", {400000, 0.25}, 100000, 75000, 98500, 101500, true},
+};
+
+// The distribution function on a grid, by the midpoints of the true density.
+struct Grid {
+  double low;
+  double step;
+  std::vector<double> cumulative;
+
+  [[nodiscard]] double At(double x) const {
+    const double cell = std::clamp((x - low) / step, 0.0, static_cast<double>(cumulative.size() - 1));
+    const auto below = static_cast<std::size_t>(cell);
+    const std::size_t above = std::min(below + 1, cumulative.size() - 1);
+    return cumulative[below] + (cell - static_cast<double>(below)) * (cumulative[above] - cumulative[below]);
+  }
+};
+
+Grid Integrate(const Law& law) {
+  constexpr int kCells = 200000;
+  Grid grid{law.low, (law.high - law.low) / kCells, {0.0}};
+  const ArgumentBlock block = law.Block();
+  for (int i = 0; i < kCells; ++i) {
+    const double density = law.Row().trueDensity(law.low + (i + 0.5) * grid.step, block);
+    grid.cumulative.push_back(grid.cumulative.back() + density * grid.step);
+  }
+  return grid;
+}
+
+class Distribution : public testing::TestWithParam<Law> {
+ protected:
+  std::vector<double> Draw() {
+    QVR_randomSource source(4711);
+    const DistributionSourceScope scope(source);
+    const ArgumentBlock block = GetParam().Block();
+    std::vector<double> draws(kDraws);
+    std::generate(draws.begin(), draws.end(), [&] { return GetParam().Row().evaluate(block); });
+    return draws;
+  }
+};
+
+TEST_P(Distribution, HasTheMomentsOfItsLaw) {
+  double sum = 0;
+  double squares = 0;
+  double fourths = 0;
+  for (const double draw : Draw()) {
+    const double d = draw - GetParam().mean;
+    sum += d;
+    squares += d * d;
+    fourths += d * d * d * d;
+  }
+  const double variance = GetParam().variance;
+  EXPECT_LT(std::abs(sum / kDraws), 4 * std::sqrt(variance / kDraws));
+  const double spread = std::max(fourths / kDraws - variance * variance, 0.01 * variance * variance);
+  EXPECT_LT(std::abs(squares / kDraws - variance), 4 * std::sqrt(spread / kDraws));
+}
+
+TEST_P(Distribution, DrawsFollowTheTrueDensity) {
+  const Law& law = GetParam();
+  std::vector<double> draws = Draw();
+  std::sort(draws.begin(), draws.end());
+  double distance = 0;
+  if (law.discrete) {
+    double expected = 0;
+    for (double x = law.low; x <= law.high; ++x) {
+      expected += law.Row().trueDensity(x, law.Block());
+      const auto upTo = std::upper_bound(draws.begin(), draws.end(), x) - draws.begin();
+      distance = std::max(distance, std::abs(expected - static_cast<double>(upTo) / kDraws));
+    }
+    EXPECT_NEAR(expected, 1.0, 1e-6);
+  } else {
+    const Grid grid = Integrate(law);
+    EXPECT_NEAR(grid.cumulative.back(), 1.0, 4e-3);  // a pole at an end converges slowly
+    for (int i = 0; i < kDraws; ++i) {
+      const double expected = grid.At(draws[static_cast<std::size_t>(i)]) / grid.cumulative.back();
+      distance = std::max(distance, std::abs(expected - (i + 0.5) / kDraws));
+    }
+  }
+  EXPECT_LT(distance, 1.95 / std::sqrt(kDraws) + 1e-3 * (law.low == 0));  // Kolmogorov and Smirnov, 0.001
+}
+
+INSTANTIATE_TEST_SUITE_P(AllLaws, Distribution, testing::ValuesIn(kLaws));
+
+TEST(Distributions, EndForEveryParameter) {
+  const double nan = std::nan("");
+  const double inf = std::numeric_limits<double>::infinity();
+  const Law cases[] = {
+      {"Beta", {nan, 1}, 0, 0, 0, 0},       {"Beta", {inf, 1}, 0, 0, 0, 0},
+      {"Beta", {-1, 2}, 0, 0, 0, 0},        {"Gamma", {inf, 1}, 0, 0, 0, 0},
+      {"Gamma", {nan, 1}, 0, 0, 0, 0},      {"Exponential", {nan}, 0, 0, 0, 0},
+      {"Weibull", {nan, 1}, 0, 0, 0, 0},    {"Normal", {0, nan}, 0, 0, 0, 0},
+      {"Binomial", {inf, 0.5}, 0, 0, 0, 0}, {"Binomial", {1e17, 0.5}, 0, 0, 0, 0},
+  };
+  for (const Law& law : cases) {
+    EXPECT_TRUE(std::isnan(law.Row().evaluate(law.Block()))) << law;
+  }
+  const struct {
+    Law law;
+    double expected;
+  } fixed[] = {
+      {{"Binomial", {2.5, 1}, 0, 0, 0, 0}, 3}, {{"Binomial", {0, 0.5}, 0, 0, 0, 0}, 0},
+      {{"Binomial", {nan, 1}, 0, 0, 0, 0}, 0}, {{"Binomial", {1e15, 1}, 0, 0, 0, 0}, 1e15},
+      {{"Bernoulli", {1}, 0, 0, 0, 0}, 1},     {{"Bernoulli", {0}, 0, 0, 0, 0}, 0},
+  };
+  for (const auto& c : fixed) {
+    EXPECT_EQ(c.law.Row().evaluate(c.law.Block()), c.expected) << c.law;
+  }
+}
+
+// The columns' own conventions, by the formulas that callers rely on.
+TEST(Distributions, ColumnsKeepTheirConventions) {
+  const double pi = std::acos(-1.0);
+  const struct {
+    Law law;
+    double x;
+    double density;
+  } cases[] = {
+      {{"Normal", {0, 2}, 0, 4, 0, 0}, 1, std::exp(-0.25) / std::sqrt(4 * pi)},
+      {{"Lognormal", {1, 4}, std::exp(2.5), std::exp(6.0) * (std::exp(4.0) - 1), 0, 0}, std::exp(-15.0), 1},
+      {{"Triangular", {0, 1, 2}, 1, 1.0 / 6, 0, 0}, 1, 0.5},
+      {{"Triangular", {0, 4, 1}, 5.0 / 3, 13.0 / 18, 0, 0}, 2, 2.0 / 3},
+      {{"Uniform", {0, 4}, 2, 16.0 / 12, 0, 0}, 99, 0.25},
+      {{"Exponential", {2}, 0.5, 0.25, 0, 0}, 1, std::exp(-2.0)},
+      {{"Bernoulli", {0.3}, 0.3, 0.21, 0, 0}, 1, 0.3},
+      {{"Beta", {2, 2}, 0.5, 0.05, 0, 0}, 0.5, 1},
+      {{"Weibull", {1, 2}, kRootPi / 2, 1 - pi / 4, 0, 0}, std::sqrt(0.5), 1},
+      {{"Gamma", {2, 1}, 0, 0, 0, 0}, 1, 0},
+      {{"Binomial", {4, 0.5}, 2, 1, 0, 0}, 2, 0},
+      {{"CustomPDF", {0, 1, 1, 1}, 0, 0, 0, 0}, 0.5, 0},
+  };
+  for (const auto& c : cases) {
+    const ArgumentBlock block = c.law.Block();
+    double mean = -1;
+    double variance = -1;
+    c.law.Row().moments(mean, variance, block);
+    EXPECT_NEAR(c.law.Row().density(c.x, block), c.density, 1e-9) << c.law;
+    EXPECT_NEAR(mean, c.law.mean, 1e-9 * (1 + std::abs(c.law.mean))) << c.law;
+    EXPECT_NEAR(variance, c.law.variance, 1e-9 * (1 + c.law.variance)) << c.law;
+  }
+}
+
+TEST(RandomSources, RepeatFromASeedAndDifferWithoutOne) {
+  QVR_randomSource first(7);
+  QVR_randomSource second(7);
+  QVR_randomSource fresh(0);
+  QVR_randomSource other(0);
+  int same = 0;
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(first.NextDouble(), second.NextDouble());
+    same += fresh.NextDouble() == other.NextDouble() ? 1 : 0;
+  }
+  EXPECT_EQ(same, 0);
+  EXPECT_EQ(NextUniform(), 41 / 32767.0);  // the stream's first two draws from state 1
+  EXPECT_EQ(NextUniform(), 18467 / 32767.0);
+}
+
+}  // namespace
+}  // namespace qvr

@@ -1,0 +1,102 @@
+// Loads arbitrary bytes as a network file, and uses what came out of it.
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "formats/format_table.h"
+#include "model/error_log.h"
+#include "model/network.h"
+
+namespace qvr {
+namespace {
+
+// Updates of larger networks could take more time than a fuzz run has.
+constexpr double kMaxJointStates = 1 << 20;
+
+void Demand(bool holds) {
+  if (!holds) {
+    std::abort();
+  }
+}
+
+bool WriteFile(const std::string& path, const std::uint8_t* data, std::size_t size) {
+  std::FILE* const file = std::fopen(path.c_str(), "wb");
+  if (file == nullptr) {
+    return false;
+  }
+  const bool written = std::fwrite(data, 1, size, file) == size;
+  return std::fclose(file) == 0 && written;
+}
+
+double CountJointStates(const QVR_network& network) {
+  double count = 1;
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    count *= network.NodeAt(handle)->GetNumberOfOutcomes();
+  }
+  return count;
+}
+
+void EnterEvidence(QVR_network& network, unsigned salt) {
+  int outcome = static_cast<int>(salt % 3);
+  for (int handle = network.LastNode(); handle >= 0; handle -= 2) {
+    if (QVR_node* node = network.NodeAt(handle); node != nullptr && node->value != nullptr) {
+      node->value->SetEvidence(outcome);
+      outcome = (outcome + 1) % 3;
+    }
+  }
+}
+
+// Posteriors of consistent tables are distributions.
+void CheckPosteriors(QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    QVR_nodeValue& value = *network.NodeAt(handle)->value;
+    if (!value.IsValueValid()) {
+      continue;
+    }
+    double sum = 0;
+    for (double x : value.GetMatrix()->GetItems().Vector()) {
+      sum += x;
+    }
+    Demand(std::abs(sum - 1) < 1e-6);
+  }
+}
+
+void Use(QVR_network& network, unsigned salt) {
+  const QVR_network copy(network);
+  Demand(copy.CheckInvariants().empty());
+  if (CountJointStates(network) > kMaxJointStates) {
+    return;
+  }
+  for (int round = 0; round < 2; ++round) {
+    if (network.UpdateBeliefs() == QVR_OKAY && network.IsConsistent()) {
+      CheckPosteriors(network);
+    }
+    EnterEvidence(network, salt);
+  }
+  Demand(network.CheckInvariants().empty());
+}
+
+}  // namespace
+}  // namespace qvr
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::string path =
+      (std::filesystem::temp_directory_path() / ("qvr_fuzz_" + std::to_string(getpid()) + ".xqvr")).string();
+  if (!qvr::WriteFile(path, data, size)) {
+    return -1;
+  }
+  qvr::QVR_network network;
+  const int result = network.LoadFile(path.c_str(), qvr::kFormatByExtension, nullptr);
+  std::filesystem::remove(path);
+  qvr::Demand(network.CheckInvariants().empty());
+  qvr::Demand(result == qvr::QVR_OKAY || qvr::GetErrorLog().GetCount() > 0);
+  qvr::Use(network, size == 0 ? 0U : data[size - 1]);
+  qvr::GetErrorLog().Clear();
+  return 0;
+}

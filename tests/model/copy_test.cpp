@@ -1,0 +1,185 @@
+// Copies of a network: equal in all that is copied, and sharing nothing.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sstream>
+
+#include "support/log_guard.h"
+#include "support/network_builder.h"
+#include "support/random_network.h"
+
+namespace qvr {
+namespace {
+
+void Print(std::ostream& out, const QVR_intArray& list) {
+  for (int i : list) {
+    out << i << ' ';
+  }
+  out << '|';
+}
+
+void Print(std::ostream& out, std::span<const double> numbers) {
+  for (double x : numbers) {
+    out << x << ' ';
+  }
+  out << '|';
+}
+
+void PrintNode(std::ostream& out, QVR_network& network, int handle) {
+  const QVR_node& node = *network.NodeAt(handle);
+  const QVR_header& header = node.info->header;
+  out << handle << ": " << header.GetId() << ' ' << header.GetName() << ' ' << header.GetComment() << ' '
+      << node.info->screen.position.width << ' ' << node.submodel << ' ' << node.GetType() << ' '
+      << node.info->userProperties.GetCount() << ' ' << network.IsTarget(handle) << ' '
+      << node.IsConsistent();
+  for (int layer : {kOrdinaryLayer, kCostLayer}) {
+    Print(out, network.GetParents(handle, layer));
+    Print(out, network.GetChildren(handle, layer));
+  }
+  Print(out, TableOf(network, handle)->GetItems().Vector());
+  Print(out, BeliefOf(network, handle));
+  Print(out, node.cost->GetCosts().GetItems().Vector());
+  out << node.value->GetFlags() << ' ' << node.value->GetEvidence();
+  for (int i = 0; i < node.GetNumberOfOutcomes(); ++i) {
+    out << ' ' << node.definition->GetOutcomeNames()->Get(i) << ' ' << node.extra->GetFaultStates()[i]
+        << node.extra->GetFaultNames().Get(i) << node.extra->GetStateDocumentation(i)->titles.GetNumItems();
+  }
+  out << ' ' << node.extra->GetDefaultOutcome() << ' ' << node.extra->question << '\n';
+}
+
+// All but the temporal types and what copies leave out.
+std::string Describe(QVR_network& network) {
+  std::ostringstream out;
+  const QVR_submodelHandler& submodels = network.GetSubmodels();
+  for (int handle = submodels.FirstSubmodel(); handle >= 0; handle = submodels.NextSubmodel(handle)) {
+    out << submodels.GetSubmodel(handle)->header.GetId() << submodels.GetParent(handle) << ' ';
+  }
+  out << network.creation.creator << network.userProperties.GetCount() << ' ' << network.sampleCount << ' '
+      << network.tag << ' ' << network.GetBeliefAlgorithm() << ' ' << network.GetEpisParameters().eps4 << ' '
+      << network.GetSamplingPasses() << ' ' << network.GetUpdateFlags() << ' ' << network.GetTargetCount()
+      << ' ' << network.GetTableSize() << ' ' << network.IsReady() << '\n';
+  for (int handle : AllNodes(network)) {
+    PrintNode(out, network, handle);
+  }
+  return out.str();
+}
+
+// A network that has some of everything.
+std::unique_ptr<QVR_network> MakeSource() {
+  auto network = std::make_unique<QVR_network>();
+  TestRandom random(5);
+  EXPECT_TRUE(FillNetwork(RandomParents(12, 3, 6, random), RandomOutcomeCounts(12, 2, 4, 1e9, random), {},
+                          random, *network));
+  EXPECT_EQ(network->DeleteNode(4), QVR_OKAY);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_GE(network->AddNode(kTypeCpt, "@"), 0);
+  }
+  const int group = network->GetSubmodels().CreateSubmodel(QVR_submodelHandler::kMainSubmodel, "group");
+  QVR_node& node = *network->NodeAt(7);
+  EXPECT_EQ(node.SetSubmodel(group), QVR_OKAY);
+  node.info->header.SetComment("a comment");
+  node.info->userProperties.Add("key", "value");
+  node.info->screen.position.width = 123;
+  node.extra->SetFault(1, 1);
+  node.extra->SetFaultName(0, "broken");
+  node.extra->SetDefaultOutcome(1);
+  node.extra->GetStateDocumentation(1)->titles.Add("title");
+  node.extra->question = "why";
+  EXPECT_EQ(ValueOf(*network, 3).SetEvidence(1), QVR_OKAY);
+  EXPECT_EQ(SetLikelihoods(*network, 6,
+                           std::vector<double>(
+                               static_cast<std::size_t>(network->NodeAt(6)->GetNumberOfOutcomes()), 0.5)),
+            QVR_OKAY);
+  ValueOf(*network, 8).SetValueValid();
+  EXPECT_EQ(network->AddArc(2, 7, kCostLayer), QVR_OKAY);
+  EXPECT_EQ(network->AddArc(5, 7, kCostLayer), QVR_OKAY);
+  QVR_doubleArray costs;
+  for (int i = 0; i < node.cost->GetCosts().GetNumElements(); ++i) {
+    costs.Add(i);
+  }
+  EXPECT_EQ(node.cost->SetCosts(costs), QVR_OKAY);
+  EXPECT_EQ(network->SetTarget(9), QVR_OKAY);
+  network->creation.creator = "someone";
+  network->userProperties.Add("QVR_KEY", "1");
+  network->documentation.titles.Add("left behind");
+  network->sampleCount = 17;
+  network->tag = 4;
+  network->SetBeliefAlgorithm(11);
+  network->SetEpisParameters({.eps4 = 3});
+  network->SetSamplingPasses(9);
+  return network;
+}
+
+// Changes every node, every list and the settings.
+void Spoil(QVR_network& network) {
+  for (int handle : AllNodes(network)) {
+    QVR_node& node = *network.NodeAt(handle);
+    node.SetId(("spoilt" + std::to_string(handle)).c_str());
+    node.extra->SetFaultName(0, "spoilt");
+    node.extra->question = "spoilt";
+    node.extra->GetStateDocumentation(0)->titles.Add("spoilt");
+    ValueOf(network, handle).ClearEvidence();
+    TableOf(network, handle)->Fill(0.25);
+    node.info->userProperties.Add("spoilt", "");
+    node.cost->CleanUp(1);
+    node.definition->RenameOutcome(0, "spoilt");
+  }
+  network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.SetName("spoilt");
+  network.userProperties.Add("spoilt", "");
+  network.ClearAllTargets();
+  network.tag = 99;
+  for (int handle : AllNodes(network)) {
+    network.DeleteNode(handle);
+  }
+}
+
+TEST(NetworkCopy, IsEqualAndIndependent) {
+  const LogGuard log;
+  auto source = MakeSource();
+  const std::string description = Describe(*source);
+  QVR_network copy(*source);
+  EXPECT_EQ(Describe(copy), description);
+  EXPECT_EQ(copy.CheckInvariants(), "");
+  EXPECT_EQ(copy.documentation.titles.GetNumItems(), 0);
+  EXPECT_EQ(copy.FindNode("@"), source->FindNode("@"));
+  Spoil(*source);
+  EXPECT_EQ(Describe(copy), description);
+  source.reset();
+  QVR_network second;
+  second.AddNode(kTypeCpt, "goes");
+  ASSERT_EQ(second.Assign(copy), QVR_OKAY);
+  EXPECT_EQ(second.Assign(second), QVR_OKAY);
+  EXPECT_EQ(second.FindNode("goes"), -2);
+  Spoil(copy);
+  EXPECT_EQ(Describe(second), description);
+  EXPECT_EQ(second.CheckInvariants(), "");
+  EXPECT_EQ(GetErrorLog().GetCount(), 0);
+}
+
+TEST(NetworkCopy, TemporalTypesStayBehindOnDemand) {
+  auto source = MakeSource();
+  ASSERT_EQ(source->SetDynamicType(11, kDynamicTerminal), QVR_OKAY);
+  QVR_network whole(*source);
+  EXPECT_EQ(whole.GetDynamicType(11), kDynamicTerminal);
+  QVR_network timeless;
+  ASSERT_EQ(timeless.AssignWithoutTime(*source), QVR_OKAY);
+  EXPECT_EQ(timeless.GetDynamicType(11), kDynamicNormal);
+  EXPECT_EQ(Describe(timeless), Describe(*source));
+}
+
+TEST(NetworkCopy, WithoutMemoryNothingHalfMadeStays) {
+  QVR_network source;
+  ASSERT_GE(AddChance(source, "wide", 100, {}, std::vector<double>(100, 0.01)), 0);
+  ASSERT_GE(AddChance(source, "wider", 100, {0}, std::vector<double>(10000, 0.01)), 0);
+  QVR_network copy;
+  QVR_Dmatrix::SetMemoryCeiling(QVR_Dmatrix::MemoryInUse() + 10000);
+  EXPECT_EQ(copy.Assign(source), QVR_OUT_OF_MEMORY);
+  EXPECT_FALSE(copy.IsReady());
+  EXPECT_EQ(copy.GetNumberOfNodes(), 0);
+  QVR_Dmatrix::SetMemoryCeiling(std::int64_t{1} << 34);
+  EXPECT_EQ(copy.Assign(source), QVR_OKAY);
+  EXPECT_EQ(Describe(copy), Describe(source));
+}
+
+}  // namespace
+}  // namespace qvr

@@ -1,0 +1,73 @@
+#include "support/network_builder.h"
+
+#include "definitions/cpt.h"
+
+namespace qvr {
+
+int AddChance(QVR_network& network, const char* id, int outcomeCount, const std::vector<int>& parents,
+              const std::vector<double>& table) {
+  const int handle = network.AddNode(kTypeCpt, id);
+  if (handle < 0) {
+    return handle;
+  }
+  if (outcomeCount != 2) {
+    if (int status = network.NodeAt(handle)->definition->SetNumberOfOutcomes(outcomeCount); status < 0) {
+      return status;
+    }
+  }
+  for (int parent : parents) {
+    if (int status = network.AddArc(parent, handle, kOrdinaryLayer); status < 0) {
+      return status;
+    }
+  }
+  const int status = SetTable(network, handle, table);
+  return status < 0 ? status : handle;
+}
+
+int SetTable(QVR_network& network, int handle, const std::vector<double>& table) {
+  auto* definition = dynamic_cast<QVR_cpt*>(network.NodeAt(handle)->definition.get());
+  if (definition == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  QVR_doubleArray cells;
+  if (int status = cells.Assign(table); status < 0) {
+    return status;
+  }
+  return definition->SetProbabilities(cells);
+}
+
+QVR_Dmatrix* TableOf(QVR_network& network, int handle) {
+  QVR_nodeDefinition* definition = network.NodeAt(handle)->definition.get();
+  QVR_Dmatrix* matrix = nullptr;
+  if (definition == nullptr || definition->GetNumberOfOutcomes() < 1 || definition->GetMatrix(matrix) < 0) {
+    return nullptr;
+  }
+  return matrix;
+}
+
+std::vector<int> AllNodes(const QVR_network& network) {
+  QVR_intArray handles;
+  network.GetAllNodes(handles);
+  return {handles.begin(), handles.end()};
+}
+
+QVR_nodeValue& ValueOf(QVR_network& network, int handle) { return *network.NodeAt(handle)->value; }
+
+std::vector<double> BeliefOf(QVR_network& network, int handle) {
+  QVR_Dmatrix* matrix = ValueOf(network, handle).GetMatrix();
+  if (matrix == nullptr) {
+    return {};
+  }
+  const std::span<const double> cells = matrix->GetItems().Vector();
+  return {cells.begin(), cells.end()};
+}
+
+int SetLikelihoods(QVR_network& network, int handle, const std::vector<double>& likelihoods) {
+  QVR_doubleArray list;
+  if (int status = list.Assign(likelihoods); status < 0) {
+    return status;
+  }
+  return ValueOf(network, handle).SetVirtualEvidence(list);
+}
+
+}  // namespace qvr
