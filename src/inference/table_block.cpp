@@ -13,7 +13,7 @@ constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
 }  // namespace
 
-void TableBlock::Release::operator()(double* cells) const { std::free(cells); }
+void TableBlock::Release::operator()(double* doomed) const { std::free(doomed); }
 
 double* TableBlock::Reserve(std::size_t count) {
   if (count > capacity) {

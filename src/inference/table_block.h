@@ -14,7 +14,7 @@ class TableBlock {
 
  private:
   struct Release {
-    void operator()(double* cells) const;
+    void operator()(double* doomed) const;
   };
   std::unique_ptr<double[], Release> cells;
   std::size_t capacity = 0;
