@@ -179,7 +179,7 @@ void QVR_expressionParser::ReadSymbol() {
     ++position;
     token = next == '>' ? kNotEqual : c == '<' ? kLessEqual : kGreaterEqual;
   } else if (std::string_view("()*+,-/:=?^<>").find(c) != std::string_view::npos) {
-    token = c;
+    token = static_cast<unsigned char>(c);
   } else {
     AddError("Invalid token");
   }

@@ -1,6 +1,4 @@
 // Simplification: the passes over a tree. The rules stand in simplify_rules.cpp.
-#include <cmath>
-
 #include "expression/expression.h"
 #include "expression/expression_walk.h"
 #include "expression/simplify_rules.h"
@@ -23,68 +21,35 @@ bool HasMoreNodes(const QVR_expression& root, int limit) {
   return false;
 }
 
-// All nodes with a distribution at or below them.
-NodeSet FindStochastic(const QVR_expression& root) {
-  NodeSet stochastic;
-  ExpressionWalk walk(root);
-  while (const QVR_expression* const node = walk.Next()) {
-    if (node->GetType() != ExpressionType::Distribution) {
-      continue;
-    }
-    for (std::size_t i = walk.Path().size(); i-- > 0;) {
-      if (!stochastic.insert(walk.Path()[i].node).second) {
-        break;  // and so are all above
-      }
-    }
-  }
-  return stochastic;
-}
-
-bool WouldLoseSign(QVR_expression& node) {
-  const ExpressionType type = node.GetType();
-  return node.sign < 0 && type >= ExpressionType::Exp && type <= ExpressionType::NE &&
-         HasConstantOperands(node);
-}
-
-// A negated power or comparison of constants becomes its value here, as folding it would drop the sign.
-// Children go first, since they may become the constants of their parents.
-void FoldNegated(ExpressionPtr& root) {
-  std::vector<ExpressionPtr*> slots;
+// Copied if there have been copies, else Done if there has been any change.
+Rewrite RunPass(ExpressionPtr& root, FoldedSign foldedSign) {
+  RewriteContext context(root, foldedSign);
+  Rewrite outcome = Rewrite::None;
   SlotWalk walk(root);
   while (ExpressionPtr* const slot = walk.Next()) {
-    slots.push_back(slot);
-    walk.Enter(*slot);
-  }
-  for (std::size_t i = slots.size(); i-- > 0;) {
-    ExpressionPtr& slot = *slots[i];
-    if (const double value = WouldLoseSign(*slot) ? slot->EvaluateSigned() : HUGE_VAL; std::isfinite(value)) {
-      slot = MakeConstant(value);
+    const Rewrite result = ApplyRules(*slot, context);
+    if (result == Rewrite::None) {
+      walk.Enter(*slot);
+    } else if (result == Rewrite::Copied || (result == Rewrite::Done && outcome == Rewrite::None)) {
+      outcome = result;
     }
   }
+  return outcome;
 }
 
 }  // namespace
 
 bool QVR_expression::Simplify(ExpressionPtr& ownerSlot) {
-  const NodeSet stochastic = FindStochastic(*ownerSlot);
-  bool changed = false;
-  SlotWalk walk(ownerSlot);
-  while (ExpressionPtr* const slot = walk.Next()) {
-    const Rewrite result = ApplyRules(*slot, stochastic);
-    changed = changed || result == Rewrite::Done;
-    if (result == Rewrite::None) {
-      walk.Enter(*slot);
-    }
-  }
-  return changed;
+  return RunPass(ownerSlot, FoldedSign::Dropped) != Rewrite::None;
 }
 
 void QVR_expression::SimplifyFully(ExpressionPtr& ownerSlot) {
-  for (int pass = 0; pass < kMaxPasses && !HasMoreNodes(*ownerSlot, kMaxNodes); ++pass) {
-    FoldNegated(ownerSlot);
-    if (!Simplify(ownerSlot)) {
+  Rewrite last = Rewrite::Copied;
+  for (int pass = 0; pass < kMaxPasses && last != Rewrite::None; ++pass) {
+    if (last == Rewrite::Copied && HasMoreNodes(*ownerSlot, kMaxNodes)) {
       return;
     }
+    last = RunPass(ownerSlot, FoldedSign::Kept);
   }
 }
 

@@ -3,14 +3,16 @@
 #include <cmath>
 #include <span>
 
+#include "expression/expression_walk.h"
+
 namespace qvr {
 namespace {
 
-// The node that a rule looks at. A rule that answers Done may have destroyed it.
+// The node that a rule looks at. A rule that changes anything may have destroyed it.
 struct Site {
   ExpressionPtr& slot;
   QVR_binaryOperator& node;
-  const NodeSet& stochastic;
+  RewriteContext& context;
 };
 
 using Rule = Rewrite (*)(const Site& site);
@@ -73,13 +75,14 @@ Rewrite PushSignIntoLeft(const Site& site) {
   return Rewrite::Done;
 }
 
-// Two constants give one, whatever the sign of the node. A value that isn't finite has no text, and so
-// keeps its operator; other rules would only push its operands to and fro.
+// Two constants give one. A value that isn't finite has no text, and so keeps its operator; other rules
+// would only push its operands to and fro.
 Rewrite Fold(const Site& site) {
-  if (!HasConstantOperands(site.node)) {
+  if (!IsConstant(site.node.left) || !IsConstant(site.node.right)) {
     return Rewrite::None;
   }
-  const double value = site.node.Evaluate();
+  const bool keepsSign = site.context.GetFoldedSign() == FoldedSign::Kept;
+  const double value = keepsSign ? site.node.EvaluateSigned() : site.node.Evaluate();
   return std::isfinite(value) ? Replace(site, MakeConstant(value)) : Rewrite::Stop;
 }
 
@@ -211,7 +214,7 @@ Rewrite ConstantToLeft(const Site& site) {
 
 // Whether the operand is simple enough to be multiplied into the terms of a sum.
 bool CanSpread(const Site& site, const ExpressionPtr& e) {
-  return !e->IsOperator() && site.stochastic.count(e.get()) == 0;
+  return !e->IsOperator() && !site.context.IsStochastic(*e);
 }
 
 // a * (b + c) is a * b + a * c.
@@ -222,7 +225,8 @@ Rewrite SpreadLeft(const Site& site) {
   QVR_binaryOperator& sum = Binary(site.node.right);
   sum.right = Product(site.node.left->Clone(), std::move(sum.right));
   sum.left = Product(std::move(site.node.left), std::move(sum.left));
-  return Replace(site, std::move(site.node.right));
+  Replace(site, std::move(site.node.right));
+  return Rewrite::Copied;
 }
 
 // (a + b) o c is a o c + b o c, for products and quotients.
@@ -233,12 +237,13 @@ Rewrite SpreadRight(const Site& site) {
   QVR_binaryOperator& sum = Binary(site.node.left);
   sum.right = MakeBinary(site.node.type, std::move(sum.right), site.node.right->Clone());
   sum.left = MakeBinary(site.node.type, std::move(sum.left), std::move(site.node.right));
-  return Replace(site, std::move(site.node.left));
+  Replace(site, std::move(site.node.left));
+  return Rewrite::Copied;
 }
 
 // (a o b) * (c p d) is ((a * c p a * d) o b * c) t b * d, where t is Plus if o and p are the same.
 Rewrite MultiplyOut(const Site& site) {
-  if (!IsSum(site.node.left) || !IsSum(site.node.right) || site.stochastic.count(&site.node) != 0) {
+  if (!IsSum(site.node.left) || !IsSum(site.node.right) || site.context.IsStochastic(site.node)) {
     return Rewrite::None;
   }
   const QVR_binaryOperator& first = Binary(site.node.left);
@@ -249,7 +254,8 @@ Rewrite MultiplyOut(const Site& site) {
   result = MakeBinary(first.type, std::move(result), CopiedProduct(first.right, second.left));
   result = MakeBinary(last, std::move(result), CopiedProduct(first.right, second.right));
   result->sign = first.sign * second.sign;
-  return Replace(site, std::move(result));
+  Replace(site, std::move(result));
+  return Rewrite::Copied;
 }
 
 // 0 / x is 0, and x / 1 is x.
@@ -321,12 +327,12 @@ std::span<const Rule> RulesFor(ExpressionType type) {
 
 }  // namespace
 
-Rewrite ApplyRules(ExpressionPtr& slot, const NodeSet& stochastic) {
+Rewrite ApplyRules(ExpressionPtr& slot, RewriteContext& context) {
   QVR_binaryOperator* const node = AsBinary(*slot);
   if (node == nullptr) {
     return Rewrite::None;
   }
-  const Site site = {slot, *node, stochastic};
+  const Site site = {slot, *node, context};
   for (const Rule rule : RulesFor(node->type)) {
     if (const Rewrite result = rule(site); result != Rewrite::None) {
       return result;
@@ -335,9 +341,19 @@ Rewrite ApplyRules(ExpressionPtr& slot, const NodeSet& stochastic) {
   return Rewrite::None;
 }
 
-bool HasConstantOperands(QVR_expression& node) {
-  const QVR_binaryOperator* const binary = AsBinary(node);
-  return binary != nullptr && IsConstant(binary->left) && IsConstant(binary->right);
+bool RewriteContext::IsStochastic(const QVR_expression& node) {
+  if (!stochastic) {
+    stochastic.emplace();
+    ExpressionWalk walk(*root);
+    while (const QVR_expression* const found = walk.Next()) {
+      // Where one node of the path is known, so are all above.
+      bool fresh = found->GetType() == ExpressionType::Distribution;
+      for (std::size_t i = walk.Path().size(); fresh && i-- > 0;) {
+        fresh = stochastic->insert(walk.Path()[i].node).second;
+      }
+    }
+  }
+  return stochastic->count(&node) != 0;
 }
 
 }  // namespace qvr

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "expression/formula_support.h"
 #include "expression/isolate_variable.h"
-#include "expression/random_formula.h"
 #include "model/status.h"
 
 namespace qvr {
@@ -29,26 +29,23 @@ void ExpectInverse(const std::string& formula, double x, double a) {
       << formula << " solved to " << solution->GetText() << " at x=" << x << " a=" << a;
 }
 
+// With the range of x; a lies between 1.2 and 3.
+constexpr const char* kInvertible = R"(
+  x+a => -9 => 9;  a+x => -9 => 9;  x-a => -9 => 9;  a-x => -9 => 9;  x*a => -9 => 9;  a*x => -9 => 9;
+  x/a => -9 => 9;  a/x => 0.1 => 9;  x^a => 0.1 => 5;  a^x => -5 => 5;  Sin(x) => -1.5 => 1.5;
+  Asin(x) => -0.99 => 0.99;  Cos(x) => 0.05 => 3.1;  Acos(x) => -0.99 => 0.99;  Tan(x) => -1.5 => 1.5;
+  Atan(x) => -9 => 9;  Exp(x) => -5 => 5;  Ln(x) => 0.1 => 9;  Sqr(x) => 0.1 => 9;  Sqrt(x) => 0.1 => 9;
+  Pow10(x) => -3 => 3;  Log10(x) => 0.1 => 9;  Log(x,a) => 0.1 => 9;  Log(a,x) => 1.1 => 9
+)";
+
 TEST(Solve, InvertsEveryOperatorAndFunction) {
-  const struct {
-    const char* formula;
-    double low;  // range of x; a lies in 1.2 to 3
-    double high;
-  } cases[] = {
-      {"x+a", -9, 9},        {"a+x", -9, 9},           {"x-a", -9, 9},        {"a-x", -9, 9},
-      {"x*a", -9, 9},        {"a*x", -9, 9},           {"x/a", -9, 9},        {"a/x", 0.1, 9},
-      {"x^a", 0.1, 5},       {"a^x", -5, 5},           {"Sin(x)", -1.5, 1.5}, {"Asin(x)", -0.99, 0.99},
-      {"Cos(x)", 0.05, 3.1}, {"Acos(x)", -0.99, 0.99}, {"Tan(x)", -1.5, 1.5}, {"Atan(x)", -9, 9},
-      {"Exp(x)", -5, 5},     {"Ln(x)", 0.1, 9},        {"Sqr(x)", 0.1, 9},    {"Sqrt(x)", 0.1, 9},
-      {"Pow10(x)", -3, 3},   {"Log10(x)", 0.1, 9},     {"Log(x,a)", 0.1, 9},  {"Log(a,x)", 1.1, 9},
-  };
   std::mt19937 random(5);
-  for (const auto& item : cases) {
-    const std::string f = item.formula;
+  for (const auto& [f, low, high] : ReadCases(kInvertible)) {
+    std::uniform_real_distribution<double> range(std::stod(low), std::stod(high));
     std::string mirrored = f;
     mirrored.replace(f.rfind('x'), 1, "-x");
     for (int i = 0; i < 20; ++i) {
-      const double x = std::uniform_real_distribution<double>(item.low, item.high)(random);
+      const double x = range(random);
       const double a = std::uniform_real_distribution<double>(1.2, 3)(random);
       ExpectInverse(f, x, a);
       ExpectInverse("-(" + f + ")", x, a);
@@ -66,40 +63,27 @@ TEST(Solve, UnwindsRandomLayers) {
       static const char* const kBefore[] = {"(", "a-(", "2*(", "-(", "-(1+(", "5*Atan(0.1*("};
       static const char* const kAfter[] = {")/3", ")", ")", ")-a", "))", "))"};
       const std::size_t kind = random() % 6;
-      formula = kBefore[kind] + formula + kAfter[kind];
+      formula.insert(0, kBefore[kind]).append(kAfter[kind]);
     }
     ExpectInverse(formula, 1 + static_cast<double>(random() % 1000) / 999.0, 1.5);
   }
 }
 
+// With the solution for x, if there is one.
+constexpr const char* kEquations = R"(
+  x=Normal(0,1) => Normal(0,1);  y+1=x+3 => y-2;  -x=2^2 => -4;  -x=1<2 => -1;  x*0+x=y => y;
+  z=x*(y+w) => z/(y+w);  x*x=y;  x+x=y;  a=b;  Abs(x)=y;  Sum(x,1)=y;  (x<1)=y;  (x ? 1 : 2)=y;
+  Normal(x,1)=y;  Atan2(x,1)=y
+)";
+
 TEST(Solve, WholeEquations) {
-  const struct {
-    const char* text;
-    const char* solution;  // for x; null if there is none
-  } cases[] = {
-      {"x=Normal(0,1)", "Normal(0,1)"},
-      {"y+1=x+3", "y-2"},
-      {"-x=2^2", "-4"},
-      {"-x=1<2", "-1"},
-      {"x*0+x=y", "y"},
-      {"z=x*(y+w)", "z/(y+w)"},
-      {"x*x=y", nullptr},
-      {"x+x=y", nullptr},
-      {"a=b", nullptr},
-      {"Abs(x)=y", nullptr},
-      {"Sum(x,1)=y", nullptr},
-      {"(x<1)=y", nullptr},
-      {"(x ? 1 : 2)=y", nullptr},
-      {"Normal(x,1)=y", nullptr},
-      {"Atan2(x,1)=y", nullptr},
-  };
-  for (const auto& item : cases) {
-    const ExpressionPtr equation = ParseOrFail(item.text);
+  for (const auto& [text, solution, unused] : ReadCases(kEquations)) {
+    const ExpressionPtr equation = ParseOrFail(text);
     QVR_binaryOperator* const pair = AsBinary(*equation);
     const int status = IsolateVariable(pair->left, pair->right, "x");
-    EXPECT_EQ(status, item.solution == nullptr ? QVR_OUT_OF_RANGE : QVR_OKAY) << item.text;
-    if (status == QVR_OKAY && item.solution != nullptr) {
-      EXPECT_EQ(equation->GetText(), std::string("x=") + item.solution) << item.text;
+    EXPECT_EQ(status, solution.empty() ? QVR_OUT_OF_RANGE : QVR_OKAY) << text;
+    if (status == QVR_OKAY) {
+      EXPECT_EQ(equation->GetText(), "x=" + solution) << text;
     }
   }
 }

@@ -103,11 +103,10 @@ void EditOutcomes(Bytes& bytes, QVR_cpt& cpt) {
   }
 }
 
-void EditNumbers(Bytes& bytes, QVR_network& network, int handle, QVR_cpt& cpt) {
-  QVR_intArray order;
+void EditNumbers(Bytes& bytes, QVR_cpt& cpt) {
   QVR_doubleArray numbers;
   numbers.SetSize(cpt.GetSize());
-  switch (bytes.Below(4)) {
+  switch (bytes.Below(3)) {
     case 0:
       for (double& number : numbers.Vector()) {
         number = bytes.Next() / 255.0;
@@ -116,10 +115,6 @@ void EditNumbers(Bytes& bytes, QVR_network& network, int handle, QVR_cpt& cpt) {
       break;
     case 1:
       cpt.MakeUniform();
-      break;
-    case 2:
-      FillOrder(bytes, network.GetNumberOfParents(handle), order);
-      cpt.ReorderParents(order);
       break;
     default:
       cpt.RebuildFromNetwork();
@@ -152,7 +147,7 @@ void Step(Bytes& bytes, QVR_network& network) {
   } else if (kind == 1) {
     EditOutcomes(bytes, *cpt);
   } else if (kind == 2) {
-    EditNumbers(bytes, network, handle, *cpt);
+    EditNumbers(bytes, *cpt);
   } else if (kind == 3) {
     EditEvidence(bytes, *network.NodeAt(handle)->value, cpt->GetNumberOfOutcomes());
   } else {

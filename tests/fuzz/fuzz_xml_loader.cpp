@@ -94,6 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   qvr::QVR_network network;
   const int result = network.LoadFile(path.c_str(), qvr::kFormatByExtension, nullptr);
   std::filesystem::remove(path);
+  network.CheckConsistency(1);  // a failed load ends without
   qvr::Demand(network.CheckInvariants().empty());
   qvr::Demand(result == qvr::QVR_OKAY || qvr::GetErrorLog().GetCount() > 0);
   qvr::Use(network, size == 0 ? 0U : data[size - 1]);

@@ -1,7 +1,8 @@
-#include "expression/random_formula.h"
+#include "expression/formula_support.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -16,16 +17,11 @@ constexpr const char* kNames[] = {"a", "b", "b_2", "h"};
 }  // namespace
 
 ExpressionPtr RandomFormula::Make(int depth) {
-  ExpressionPtr formula = MakeUnsigned(depth);
+  ExpressionPtr formula = depth == 0 || Below(6) == 0 ? MakeLeaf()
+                          : kind == FormulaKind::Any  ? MakeAny(depth - 1)
+                                                      : MakeExact(depth - 1);
   formula->sign = Below(4) == 0 ? -1 : 1;
   return formula;
-}
-
-ExpressionPtr RandomFormula::MakeUnsigned(int depth) {
-  if (depth == 0 || Below(6) == 0) {
-    return MakeLeaf();
-  }
-  return kind == FormulaKind::Any ? MakeOperator(depth - 1) : MakeExact(depth - 1);
 }
 
 ExpressionPtr RandomFormula::MakeLeaf() {
@@ -35,24 +31,19 @@ ExpressionPtr RandomFormula::MakeLeaf() {
   if (Below(2) == 0) {
     return MakeVariable(kNames[Below(4)]);
   }
-  return std::make_unique<QVR_constant>(kind == FormulaKind::Any ? AnyConstant() : Below(4));
+  return MakeConstant(kind == FormulaKind::Any ? AnyConstant() : Below(4));
 }
 
 double RandomFormula::AnyConstant() {
-  switch (Below(4)) {
-    case 0:
-      return Below(20);
-    case 1:
-      return Below(1000) / 100.0;
-    default: {
-      const std::uint64_t bits = std::uint64_t{random()} << 32 | random();
-      const double number = std::bit_cast<double>(bits & 0x7fffffffffffffff);
-      return std::isfinite(number) ? number : 1e308;
-    }
+  if (Below(2) == 0) {
+    return Below(1000) / 100.0;
   }
+  const std::uint64_t bits = std::uint64_t{random()} << 32 | random();
+  const double number = std::bit_cast<double>(bits & 0x7fffffffffffffff);
+  return std::isfinite(number) ? number : 1e308;
 }
 
-ExpressionPtr RandomFormula::MakeOperator(int depth) {
+ExpressionPtr RandomFormula::MakeAny(int depth) {
   static const char* const kFunctions[] = {"Sin", "Pi", "Atan2", "Max", "Sum", "If", "Normal", "Trim"};
   const int choice = Below(16);
   if (choice < 11) {
@@ -79,20 +70,20 @@ ExpressionPtr RandomFormula::MakeCall(const char* name, int depth) {
 
 // Divides only by powers of two.
 ExpressionPtr RandomFormula::MakeExact(int depth) {
-  static constexpr ExpressionType kTypes[] = {
-      ExpressionType::Plus,     ExpressionType::Plus,     ExpressionType::Minus, ExpressionType::Minus,
-      ExpressionType::Multiply, ExpressionType::Multiply, ExpressionType::LT,    ExpressionType::EQ};
-  const int choice = Below(12);
+  using enum ExpressionType;
+  static constexpr ExpressionType kTypes[] = {Plus,     Minus, Multiply, Plus,   Minus,
+                                              Multiply, LT,    EQ,       Divide, Exp};
+  const int choice = Below(11);
   ExpressionPtr first = Make(depth);
   if (choice < 8) {
     return MakeBinary(kTypes[choice], std::move(first), Make(depth));
   }
-  ExpressionPtr second =
-      choice == 8 ? MakeVariable("h") : MakeConstant(choice == 9 ? 1 << Below(3) : Below(3));
-  if (choice < 11) {
-    second->sign = choice == 10 || Below(2) == 0 ? 1 : -1;
-    return MakeBinary(choice == 10 ? ExpressionType::Exp : ExpressionType::Divide, std::move(first),
-                      std::move(second));
+  const double divisor = (1 << Below(3)) * (Below(2) == 0 ? -1.0 : 1.0);
+  ExpressionPtr second = choice == 9     ? MakeConstant(Below(3))
+                         : Below(2) == 0 ? MakeVariable("h")
+                                         : MakeConstant(divisor);
+  if (choice < 10) {
+    return MakeBinary(kTypes[choice], std::move(first), std::move(second));
   }
   return std::make_unique<QVR_operatorConditional>(std::move(first), std::move(second), Make(depth));
 }
@@ -136,6 +127,36 @@ ExpressionPtr ParseOrFail(const std::string& text) {
     return MakeConstant(0.0);
   }
   return tree;
+}
+
+namespace {
+
+// Cuts off what stands before the separator.
+std::string TakePart(std::string_view& text, std::string_view separator) {
+  const std::size_t length = std::min(text.find(separator), text.size());
+  const std::string_view part = text.substr(0, length);
+  text.remove_prefix(std::min(length + separator.size(), text.size()));
+  const std::size_t first = part.find_first_not_of(" \n");
+  return first == std::string_view::npos
+             ? ""
+             : std::string(part.substr(first, part.find_last_not_of(" \n") + 1 - first));
+}
+
+}  // namespace
+
+std::vector<std::array<std::string, 3>> ReadCases(std::string_view table) {
+  std::vector<std::array<std::string, 3>> cases;
+  while (!table.empty()) {
+    const std::string line = TakePart(table, ";");
+    std::string_view rest = line;
+    if (!line.empty()) {
+      cases.emplace_back();
+      for (std::string& part : cases.back()) {
+        part = TakePart(rest, "=>");
+      }
+    }
+  }
+  return cases;
 }
 
 }  // namespace qvr
