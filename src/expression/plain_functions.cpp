@@ -118,7 +118,8 @@ double Lcm(const Block& b) {
   if (first == 0 || second == 0) {
     return 0.0;
   }
-  return static_cast<double>(first / std::gcd(first, second)) * static_cast<double>(second);
+  const std::int64_t share = first / std::gcd(first, second);
+  return static_cast<double>(share) * static_cast<double>(second);
 }
 
 double Largest(const Block& b) {

@@ -217,6 +217,15 @@ struct NaiveIds {
   }
 };
 
+void SetInBoth(QVR_idArray& array, NaiveIds& naive, int place, const std::string& name) {
+  NaiveIds others = naive;
+  others.list.erase(others.list.begin() + place);
+  ASSERT_EQ(array.SetItem(place, name.c_str()), others.IsValid(name) ? 0 : -2);
+  if (others.IsValid(name)) {
+    naive.list[static_cast<std::size_t>(place)] = name;
+  }
+}
+
 TEST_F(ArraysTest, IdentifiersAgreeWithScans) {
   for (const bool allowEmpty : {false, true}) {
     QVR_idArray array(allowEmpty);
@@ -243,12 +252,7 @@ TEST_F(ArraysTest, IdentifiersAgreeWithScans) {
           break;
         case 4:
           if (place < n) {
-            NaiveIds others = naive;
-            others.list.erase(others.list.begin() + place);
-            ASSERT_EQ(array.SetItem(place, name.c_str()), others.IsValid(name) ? 0 : -2);
-            if (others.IsValid(name)) {
-              naive.list[static_cast<std::size_t>(place)] = name;
-            }
+            SetInBoth(array, naive, place, name);
           }
           break;
         default:

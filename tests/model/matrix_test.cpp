@@ -2,6 +2,7 @@
 // cursor over it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <map>
@@ -264,6 +265,17 @@ TEST_F(OperationTest, AgreesWithAMapFromCoordinates) {
   }
 }
 
+// The cells that a pattern selects, in storage order.
+std::vector<double> Select(const Naive& naive, const Coordinates& pattern) {
+  std::vector<double> selected;
+  for (const auto& [at, x] : naive.cells) {
+    if (Matches(at, pattern)) {
+      selected.push_back(x);
+    }
+  }
+  return selected;
+}
+
 TEST_F(MatrixTest, PatternsSelectTheirCells) {
   for (int round = 0; round < 4000; ++round) {
     SCOPED_TRACE(testing::Message() << "round " << round);
@@ -273,34 +285,24 @@ TEST_F(MatrixTest, PatternsSelectTheirCells) {
       place = Random(3) == 0 ? -1 : Random(place + (Random(20) == 0 ? 1 : 0));
     }
     const Naive naive = Make(sizes, [this](const Coordinates&) { return Random(6) == 0 ? 0.0 : 1.0; });
-    Naive expected;
     bool valid = true;
-    bool allOnes = true;
-    std::vector<double> selected;
+    Coordinates freeSizes;
     for (std::size_t i = 0; i < sizes.size(); ++i) {
       valid = valid && pattern[i] < sizes[i];
       if (pattern[i] < 0) {
-        expected.sizes.push_back(sizes[i]);
+        freeSizes.push_back(sizes[i]);
       }
     }
-    for (const auto& [at, x] : naive.cells) {
-      if (Matches(at, pattern)) {
-        selected.push_back(x);
-        allOnes = allOnes && x == 1.0;
-      }
-    }
-    if (expected.sizes.empty()) {
-      expected.sizes = {1};
-    }
-    std::size_t next = 0;
-    if (valid) {
-      expected = Make(expected.sizes, [&](const Coordinates&) { return selected[next++]; });
-    }
+    const std::vector<double> selected = Select(naive, pattern);
+    const bool allOnes = std::count(selected.begin(), selected.end(), 1.0) == std::ssize(selected);
+    const auto nextCell = [&selected, next = std::size_t{0}](const Coordinates&) mutable {
+      return selected[next++];
+    };
     QVR_Dmatrix matrix = ToMatrix(naive);
     const QVR_intArray argument = EitherWay(pattern);
     ASSERT_EQ(matrix.AllEqual(1.0, argument), valid ? int{allOnes} : -2);
     ASSERT_EQ(matrix.ReduceByPattern(argument, matrix), valid ? 0 : -2);
-    ExpectSame(matrix, valid ? expected : naive);
+    ExpectSame(matrix, valid ? Make(freeSizes.empty() ? Coordinates{1} : freeSizes, nextCell) : naive);
   }
 }
 
