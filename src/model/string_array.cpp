@@ -10,26 +10,37 @@
 namespace qvr {
 namespace {
 
-std::unique_ptr<char[]> Duplicate(const char* text) {
+constexpr char kEmptyText[] = "";
+
+}  // namespace
+
+void QVR_stringArray::TextDeleter::operator()(const char* text) const {
+  if (text != kEmptyText) {
+    delete[] text;
+  }
+}
+
+QVR_stringArray::Text QVR_stringArray::Duplicate(const char* text) {
   if (text == nullptr) {
     return nullptr;
   }
+  if (*text == '\0') {
+    return Text(kEmptyText);
+  }
   const std::size_t length = std::strlen(text) + 1;
-  std::unique_ptr<char[]> copy = std::make_unique_for_overwrite<char[]>(length);
-  std::memcpy(copy.get(), text, length);
-  return copy;
+  char* const copy = new char[length];
+  std::memcpy(copy, text, length);
+  return Text(copy);
 }
 
-std::vector<std::unique_ptr<char[]>> Duplicate(const std::vector<std::unique_ptr<char[]>>& items) {
-  std::vector<std::unique_ptr<char[]>> copies;
+std::vector<QVR_stringArray::Text> QVR_stringArray::Duplicate(const std::vector<Text>& items) {
+  std::vector<Text> copies;
   copies.reserve(items.size());
-  for (const std::unique_ptr<char[]>& item : items) {
+  for (const Text& item : items) {
     copies.push_back(Duplicate(item.get()));
   }
   return copies;
 }
-
-}  // namespace
 
 void QVR_array::CleanUp(int deep) {
   size = 0;
@@ -42,7 +53,7 @@ QVR_stringArray::QVR_stringArray(const QVR_stringArray& other)
     : QVR_array(other), items(Duplicate(other.items)) {}
 
 void QVR_stringArray::CleanUp(int deep) {
-  items = std::vector<std::unique_ptr<char[]>>();
+  items = std::vector<Text>();
   QVR_array::CleanUp(deep);
   EntriesChanged();
 }
@@ -56,7 +67,7 @@ int QVR_stringArray::SetItem(int i, const char* text) {
   if (i < 0 || i >= size) {
     return QVR_OUT_OF_RANGE;
   }
-  std::unique_ptr<char[]> copy;
+  Text copy;
   try {
     copy = Duplicate(text);
   } catch (const std::bad_alloc&) {
@@ -80,7 +91,7 @@ int QVR_stringArray::Insert(int i, const char* text) {
     return QVR_OUT_OF_MEMORY;
   }
   try {
-    std::unique_ptr<char[]> copy = Duplicate(text);
+    Text copy = Duplicate(text);
     if (numItems == size) {
       items.resize(static_cast<std::size_t>(size + delta));  // the capacity grows geometrically
       size += delta;
@@ -151,7 +162,7 @@ const char* QVR_stringArray::Get(int i) const {
 }
 
 void QVR_stringArray::Flush() {
-  for (std::unique_ptr<char[]>& item : items) {
+  for (Text& item : items) {
     item = nullptr;
   }
   numItems = 0;
@@ -186,7 +197,7 @@ int QVR_stringArray::Permute(const QVR_intArray& order) {
   if ((n != numItems && n != size) || !IsPermutation(places)) {
     return QVR_OUT_OF_RANGE;
   }
-  std::vector<std::unique_ptr<char[]>> permuted;
+  std::vector<Text> permuted;
   permuted.reserve(places.size());
   for (const int place : places) {
     permuted.push_back(std::move(items[static_cast<std::size_t>(place)]));

@@ -66,7 +66,15 @@ class QVR_stringArray : public QVR_array {
   virtual void EntriesChanged() {}
 
  private:
-  std::vector<std::unique_ptr<char[]>> items;  // `size` entries; a text keeps its place when others move
+  // All empty texts are one: most of a node's texts are empty, and no memory goes to them.
+  struct TextDeleter {
+    void operator()(const char* text) const;
+  };
+  using Text = std::unique_ptr<const char[], TextDeleter>;
+  [[nodiscard]] static Text Duplicate(const char* text);
+  [[nodiscard]] static std::vector<Text> Duplicate(const std::vector<Text>& items);
+
+  std::vector<Text> items;  // `size` entries; a text keeps its place when others move
 };
 
 // Items are valid identifiers (without the at-sign exception of node names) and unique, but for empty
