@@ -38,7 +38,7 @@ void XmlNetLoader::ReportQuoted(const char* message, const std::string& value) {
 void XmlNetLoader::StartRoot(IXmlReader& reader) {
   std::string id;
   GetStringAttribute("id", id);
-  network.GetSubmodels().SetSubmodelId(QVR_submodelHandler::kMainSubmodel, id.c_str());
+  network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.SetId(id.c_str());
   std::string version;
   GetStringAttribute("version", version);
   bool avoidZero = false;

@@ -30,6 +30,9 @@ int QVR_header::SetId(const char* text) {
     }
     network->IdentifierStored(owner->handle, id, newId);
   }
+  if (submodels != nullptr) {
+    submodels->IdentifierStored(submodelSlot, id, newId);
+  }
   id = std::move(newId);
   return QVR_OKAY;
 }

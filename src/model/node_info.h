@@ -10,6 +10,7 @@
 namespace qvr {
 
 class QVR_node;
+class QVR_submodelHandler;
 
 class QVR_header : public QVR_object {
  public:
@@ -28,10 +29,12 @@ class QVR_header : public QVR_object {
   int SetName(const char* text);
   int SetComment(const char* text);
   int Copy(const QVR_header& other);  // -567 if the source isn't ready; by SetId's rules
-  // The three texts as they stand, untested and with nobody told; `owner` stays.
+  // The three texts as they stand, untested and with nobody told; whom the header belongs to stays.
   void Clone(const QVR_header& other);
 
-  QVR_node* owner = nullptr;  // null for a header of no node
+  QVR_node* owner = nullptr;                 // null for a header of no node
+  QVR_submodelHandler* submodels = nullptr;  // that holds the header's submodel in `submodelSlot`, or null
+  int submodelSlot = -1;
 
  private:
   std::string id;

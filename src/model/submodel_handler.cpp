@@ -65,7 +65,11 @@ void QVR_submodelHandler::CheckConsistency(int deep) {
 int QVR_submodelHandler::Initialize(QVR_network* newNetwork) {
   CleanUp(1);
   network = newNetwork;
-  slots.resize(1);
+  try {
+    slots.resize(1);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
   const int status = BuildMainSubmodel();
   CheckReady(1);
   return status;
@@ -89,16 +93,30 @@ int QVR_submodelHandler::Reset() {
 // All other slots are free when this is called.
 int QVR_submodelHandler::BuildMainSubmodel() {
   ids.Clear();
-  Slot& slot = slots.front();
-  slot.submodel = std::make_unique<QVR_submodel>();
-  slot.parent = kNoParent;
   submodelDefaults = DefaultScreen(3);
   nodeDefaults = DefaultScreen(1);
-  slot.submodel->screen = submodelDefaults;
-  slot.submodel->backgroundColor = 0xFFFFFF;
+  QVR_submodel* const main = Occupy(0, kNoParent);
+  if (main == nullptr) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  main->backgroundColor = 0xFFFFFF;
   const std::string id = GenerateId(0);
-  slot.submodel->header.SetName(id.c_str());
-  return SetSubmodelId(kMainSubmodel, id.c_str());
+  main->header.SetName(id.c_str());
+  return main->header.SetId(id.c_str());
+}
+
+QVR_submodel* QVR_submodelHandler::Occupy(int slot, int parent) {
+  Slot& taken = slots[static_cast<std::size_t>(slot)];
+  try {
+    taken.submodel = std::make_unique<QVR_submodel>();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+  taken.parent = parent;
+  taken.submodel->header.submodels = this;
+  taken.submodel->header.submodelSlot = slot;
+  taken.submodel->screen = submodelDefaults;
+  return taken.submodel.get();
 }
 
 int QVR_submodelHandler::Assign(const QVR_submodelHandler& other) {
@@ -114,11 +132,15 @@ int QVR_submodelHandler::Assign(const QVR_submodelHandler& other) {
     for (std::size_t i = 0; i < slots.size(); ++i) {
       if (other.slots[i].submodel) {
         slots[i].submodel = std::make_unique<QVR_submodel>(*other.slots[i].submodel);
+        slots[i].submodel->header.submodels = this;
+        slots[i].submodel->header.submodelSlot = static_cast<int>(i);
       }
       slots[i].parent = other.slots[i].parent;
     }
     ids = other.ids;
   } catch (const std::bad_alloc&) {
+    slots.clear();
+    ids.Clear();
     SetReady(false);
     return QVR_OUT_OF_MEMORY;
   }
@@ -179,31 +201,23 @@ int QVR_submodelHandler::CreateSubmodel(int parent, const char* id) {
   if (!IsValidIdentifier(text)) {
     return GetErrorLog().Log(QVR_ILLEGAL_IDENTIFIER, "Illegal identifier");
   }
-  Slot& slot = slots[static_cast<std::size_t>(place)];
-  slot.submodel = std::make_unique<QVR_submodel>();
-  slot.parent = parentSlot;
-  slot.submodel->header.SetName(text.c_str());
-  slot.submodel->screen = submodelDefaults;
-  const int handle = place | kHandleBit;
-  const int status = SetSubmodelId(handle, text.c_str());
-  return status < 0 ? status : handle;
+  QVR_submodel* const submodel = Occupy(place, parentSlot);
+  if (submodel == nullptr) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  submodel->header.SetName(text.c_str());
+  const int status = submodel->header.SetId(text.c_str());
+  return status < 0 ? status : place | kHandleBit;
 }
 
-int QVR_submodelHandler::SetSubmodelId(int handle, const char* id) {
-  const int slot = SlotOf(handle);
-  if (slot < 0) {
-    return QVR_OUT_OF_RANGE;
+void QVR_submodelHandler::IdentifierStored(int slot, const std::string& oldId, const std::string& newId) {
+  if (oldId == newId) {
+    return;
   }
-  QVR_header& header = slots[static_cast<std::size_t>(slot)].submodel->header;
-  const std::string oldId = header.GetId();
-  const int status = header.SetId(id);
-  if (status >= 0) {
-    if (!oldId.empty()) {
-      ids.Erase(oldId, slot);
-    }
-    ids.Insert(header.GetId(), slot);
+  ids.Insert(newId, slot);
+  if (!oldId.empty()) {
+    ids.Erase(oldId, slot);
   }
-  return status;
 }
 
 int QVR_submodelHandler::FindSubmodel(const char* id) const {

@@ -47,8 +47,8 @@ class QVR_submodelHandler : public QVR_object {
   [[nodiscard]] int IdExists(const char* id) const;
   // The same leaving the main submodel out: its identifier is the network's own name.
   [[nodiscard]] int IdExistsBelowMain(const char* id) const;
-  // -30 as QVR_header::SetId; every change of a submodel's identifier goes through here.
-  int SetSubmodelId(int handle, const char* id);
+  // For headers: what the submodel in the slot was called and is called now.
+  void IdentifierStored(int slot, const std::string& oldId, const std::string& newId);
 
   QVR_screenInfo nodeDefaults;      // inherited by every node at its creation
   QVR_screenInfo submodelDefaults;  // copied into every new submodel
@@ -62,6 +62,8 @@ class QVR_submodelHandler : public QVR_object {
 
   [[nodiscard]] int SlotOf(int handle) const;  // -2 unless an occupied slot
   int BuildMainSubmodel();
+  // A submodel in the slot, known to nobody yet. Null if memory is short.
+  QVR_submodel* Occupy(int slot, int parent);
   int TakeSlot();                                  // a free slot, or -42
   [[nodiscard]] int NextOccupied(int slot) const;  // the handle from this slot on, or -2
   [[nodiscard]] std::string GenerateId(int number) const;

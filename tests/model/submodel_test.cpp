@@ -71,9 +71,9 @@ TEST_F(SubmodelTest, MovesNeverCloseACircle) {
 }
 
 TEST_F(SubmodelTest, IdentifiersAreIndexed) {
-  EXPECT_EQ(submodels.SetSubmodelId(b, "renamed"), QVR_OKAY);
-  EXPECT_EQ(submodels.SetSubmodelId(b, "1"), -30);
-  EXPECT_EQ(submodels.SetSubmodelId(kMain, "net"), QVR_OKAY);
+  EXPECT_EQ(submodels.GetSubmodel(b)->header.SetId("renamed"), QVR_OKAY);
+  EXPECT_EQ(submodels.GetSubmodel(b)->header.SetId("1"), -30);
+  EXPECT_EQ(submodels.GetSubmodel(kMain)->header.SetId("net"), QVR_OKAY);
   EXPECT_EQ(submodels.FindSubmodel("renamed"), b);
   EXPECT_EQ(submodels.FindSubmodel("b"), -2);
   EXPECT_EQ(submodels.IdExists("net"), 1);
@@ -89,7 +89,7 @@ TEST_F(SubmodelTest, ResetBringsTheNodesHome) {
   EXPECT_EQ(network.GetIncludedNodes(b, included), 2);
   EXPECT_EQ(std::vector<int>(included.begin(), included.end()), (std::vector<int>{7, 1, 2}));
   EXPECT_EQ(network.GetIncludedNodes(-1, included), -2);
-  submodels.SetSubmodelId(kMain, "net");
+  submodels.GetSubmodel(kMain)->header.SetId("net");
   EXPECT_EQ(submodels.Reset(), QVR_OKAY);
   EXPECT_EQ(submodels.GetSubmodel(kMain)->header.GetId(), "Sub0");
   EXPECT_EQ(submodels.NextSubmodel(kMain), -2);
