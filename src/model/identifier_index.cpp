@@ -24,6 +24,7 @@ void IdentifierIndex::Erase(std::string_view text, int handle) {
   if (rest == others.end()) {
     if (place->second == handle) {
       lowest.erase(place);
+      taken = {};
     }
     return;
   }
@@ -41,6 +42,21 @@ void IdentifierIndex::Erase(std::string_view text, int handle) {
 void IdentifierIndex::Clear() {
   lowest.clear();
   others.clear();
+  taken = {};
+}
+
+std::int64_t IdentifierIndex::FirstFreeNumber(std::string_view base, std::int64_t first) {
+  const bool continues = taken.base == base && taken.from <= first && first <= taken.upTo;
+  std::int64_t number = continues ? taken.upTo : first;
+  std::string candidate;
+  for (;; ++number) {
+    candidate.assign(base).append(std::to_string(number));
+    if (!lowest.contains(candidate)) {
+      break;
+    }
+  }
+  taken = {std::string(base), continues ? taken.from : first, number};
+  return number;
 }
 
 int IdentifierIndex::Find(std::string_view text) const {

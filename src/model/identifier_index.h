@@ -2,6 +2,7 @@
 #ifndef QVR_MODEL_IDENTIFIER_INDEX_H
 #define QVR_MODEL_IDENTIFIER_INDEX_H
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ class IdentifierIndex {
   [[nodiscard]] int Find(std::string_view text) const;
   // The lowest handle with this text that isn't `except`, or -2.
   [[nodiscard]] int FindOther(std::string_view text, int except) const;
+  // The least number from `first` on that no text has behind the base. Fast when asked time and again with
+  // the same base.
+  std::int64_t FirstFreeNumber(std::string_view base, std::int64_t first);
 
  private:
   struct Hash {
@@ -27,6 +31,13 @@ class IdentifierIndex {
   };
   std::unordered_map<std::string, int, Hash, std::equal_to<>> lowest;
   std::unordered_map<std::string, std::set<int>, Hash, std::equal_to<>> others;  // seldom used
+  // The numbers that all stand behind `base` in some text, from `from` up to, but not including, `upTo`.
+  struct TakenNumbers {
+    std::string base;
+    std::int64_t from = 0;
+    std::int64_t upTo = 0;
+  };
+  TakenNumbers taken;
 };
 
 }  // namespace qvr

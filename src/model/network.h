@@ -122,6 +122,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   void GetEvidenceNodes(QVR_intArray& list) const;  // appends in table order
   // A definition changed: see the codes in definitions/node_definition.h.
   int NotifyChange(int handle, int code);
+  // A definition worked a parent into its numbers, and the arc is gone.
+  int ParentAbsorbed(int formerParent, int child);
 
   // --- settings: network.cpp. Values out of range are ignored where nothing is returned.
   void SetBeliefAlgorithm(int id);
@@ -184,12 +186,13 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int TakeSlot();
   // The node goes, with the lists of its own end of its arcs.
   void FreeSlot(int handle);
+  int OccupySlot(int handle, const char* identifier);
   int StoreFirstId(QVR_node& node, const char* identifier);
   [[nodiscard]] bool IsSubmodelId(const char* identifier) const;
   [[nodiscard]] bool HasArc(int parent, int child, int layer) const;
   int LinkNodes(int parent, int child);
   [[nodiscard]] bool AllowsDynamicArc(int parent, int child) const;
-  [[nodiscard]] std::string GenerateNodeId() const;
+  [[nodiscard]] std::string GenerateNodeId();
   void ClearEntryBits(unsigned bits);
   [[nodiscard]] bool TracksChanges() const { return (updateFlags & UPDATE_TRACK_CHANGES) != 0; }
   // Runs UpdateBeliefs if UPDATE_IMMEDIATELY is on and no update of this network is running.
@@ -200,6 +203,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   void InvalidateAround(int handle, WalkStack& stack, int known);
   // Makes all deductions again; true if one is new.
   bool DeduceAgain();
+  [[nodiscard]] std::vector<int> GetVirtualEvidenceNodes() const;
   [[nodiscard]] std::vector<std::pair<int, int>> GetDeductions() const;
   void PrepareWalk();
   void MarkAncestors(std::vector<int>& open);

@@ -1,6 +1,7 @@
 #include "model/network.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -9,15 +10,6 @@
 namespace qvr {
 
 namespace {
-
-// Null if memory is short.
-std::unique_ptr<QVR_node> MakeNode(int handle, QVR_network* network) {
-  try {
-    return std::make_unique<QVR_node>(kTypeNone, handle, network);
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-}
 
 // Definition and value, or neither.
 int CreateParts(QVR_node& node, int definitionType) {
@@ -43,23 +35,36 @@ int QVR_network::AddNode(int definitionType, const char* identifier) {
   if (handle < 0) {
     return handle;
   }
-  QVR_nodeEntry& entry = Entry(handle);
-  entry.node = MakeNode(handle, this);
-  if (!entry.node) {
-    return QVR_OUT_OF_MEMORY;
+  if (int status = OccupySlot(handle, identifier); status < 0) {
+    return status;
   }
-  QVR_node& node = *entry.node;
-  entry.dynamicType = kDynamicNormal;
-  if (StoreFirstId(node, identifier) < 0) {
-    entry.node.reset();
-    return QVR_OUT_OF_RANGE;
-  }
-  entry.flags = 0;
-  ++numNodes;
+  QVR_node& node = *Entry(handle).node;
   GetErrorLog().Log(CreateParts(node, definitionType), nullptr);
   node.info->screen.InheritFrom(submodels.nodeDefaults);
   node.CheckReady(1);
   return handle;
+}
+
+// An empty node with its identifier, or a slot that is still free.
+int QVR_network::OccupySlot(int handle, const char* identifier) {
+  QVR_nodeEntry& entry = Entry(handle);
+  int status = QVR_OUT_OF_MEMORY;
+  try {
+    entry.node = std::make_unique<QVR_node>(kTypeNone, handle, this);
+    status = StoreFirstId(*entry.node, identifier);
+  } catch (const std::bad_alloc&) {
+    if (entry.node) {
+      IdentifierStored(handle, entry.node->GetId(), std::string());
+    }
+  }
+  if (status < 0) {
+    entry.node.reset();
+    return status == QVR_OUT_OF_MEMORY ? status : QVR_OUT_OF_RANGE;
+  }
+  entry.dynamicType = kDynamicNormal;
+  entry.flags = 0;
+  ++numNodes;
+  return QVR_OKAY;
 }
 
 int QVR_network::StoreFirstId(QVR_node& node, const char* identifier) {
@@ -106,10 +111,11 @@ bool QVR_network::IsSubmodelId(const char* identifier) const {
                                       : submodels.IdExists(identifier)) != 0;
 }
 
-std::string QVR_network::GenerateNodeId() const {
-  for (long long number = numNodes;; ++number) {
+std::string QVR_network::GenerateNodeId() {
+  for (std::int64_t number = numNodes;; ++number) {
+    number = ids.FirstFreeNumber("Node", number);
     std::string candidate = "Node" + std::to_string(number);
-    if (ids.Find(candidate) < 0 && !IsSubmodelId(candidate.c_str())) {
+    if (!IsSubmodelId(candidate.c_str())) {
       return candidate;
     }
   }
@@ -123,11 +129,14 @@ bool QVR_network::IsIdentifierTaken(const char* identifier, int exceptHandle) co
 }
 
 void QVR_network::IdentifierStored(int handle, const std::string& oldId, const std::string& newId) {
-  if (!oldId.empty()) {
-    ids.Erase(oldId, handle);
+  if (oldId == newId) {
+    return;
   }
   if (!newId.empty()) {
     ids.Insert(newId, handle);
+  }
+  if (!oldId.empty()) {
+    ids.Erase(oldId, handle);
   }
 }
 
@@ -183,9 +192,6 @@ void QVR_network::FreeSlot(int handle) {
 }
 
 void QVR_network::ReinitializeIndexedValues(int handle) {
-  if (!valuesInUse) {
-    return;
-  }
   if (!valuesInUse) {
     return;
   }
