@@ -30,7 +30,11 @@ bool IsDistribution(std::span<const double> row) {
 }  // namespace
 
 QVR_cpt::QVR_cpt(QVR_network* newNetwork, int newHandle) : QVR_nodeDefinition(newNetwork, newHandle) {
-  if (QVR_cpt::ResetTable() < 0 || network == nullptr) {
+  if (QVR_cpt::ResetTable() < 0) {
+    SetReady(false);
+    return;
+  }
+  if (network == nullptr) {
     return;
   }
   // Nobody may lose an arc to a definition that isn't in place yet: what is refused here is sorted out by
@@ -238,9 +242,7 @@ int QVR_cpt::ReorderParents(const QVR_intArray& order) {
 int QVR_cpt::FinishAbsorption(int parentHandle) {
   DetachParent(parentHandle);
   CheckReady(0);
-  // Whatever was observed below this node no longer speaks to the former parent.
-  network->NotifyChange(parentHandle, kDefinitionReplaced);
-  return NotifyChange(kDefinitionReplaced);
+  return network->ParentAbsorbed(parentHandle, handle);
 }
 
 int QVR_cpt::AbsorbObservedParent(int parentHandle) {

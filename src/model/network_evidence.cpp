@@ -11,6 +11,21 @@ bool IsEquation(const QVR_node& node) {
   return node.GetType() == kTypeEquation || node.GetType() == kTypeEquationScc;
 }
 
+// Marks a node for its lifetime.
+class EntryBitScope {
+ public:
+  EntryBitScope(QVR_nodeEntry& newEntry, unsigned newBit) : entry(newEntry), bit(newBit) {
+    entry.flags |= bit;
+  }
+  ~EntryBitScope() { entry.flags &= ~bit; }
+  EntryBitScope(const EntryBitScope&) = delete;
+  EntryBitScope& operator=(const EntryBitScope&) = delete;
+
+ private:
+  QVR_nodeEntry& entry;
+  unsigned bit;
+};
+
 int RefuseImpossible(const QVR_node& node) {
   const char* name = node.definition->GetOutcomeNames() != nullptr
                          ? node.definition->GetOutcomeNames()->Get(node.value->GetEvidence())
@@ -74,9 +89,8 @@ int QVR_network::EvidenceRetracted(int handle) {
   if (IsEquation(*Entry(handle).node)) {
     InvalidateAll();
   } else {
-    Entry(handle).flags |= kEntryRetracting;
+    const EntryBitScope retracting(Entry(handle), kEntryRetracting);
     status = InvalidateFrom(handle);
-    Entry(handle).flags &= ~static_cast<unsigned>(kEntryRetracting);
   }
   UpdateIfImmediate();
   return status;
@@ -132,6 +146,16 @@ int QVR_network::NotifyChange(int handle, int code) {
   const bool changesBeliefs =
       code == kOutcomesChanged || code == kNumbersChanged || code == kDefinitionReplaced;
   const int status = changesBeliefs ? InvalidateFrom(handle) : QVR_OKAY;
+  UpdateIfImmediate();
+  return status;
+}
+
+int QVR_network::ParentAbsorbed(int formerParent, int child) {
+  if (!TracksChanges() || (relevanceMask & static_cast<unsigned>(kDefinitionReplaced)) == 0) {
+    return QVR_OKAY;
+  }
+  // Whatever was observed below the child no longer speaks to the former parent.
+  const int status = InvalidateAfterArcRemoval(formerParent, child);
   UpdateIfImmediate();
   return status;
 }

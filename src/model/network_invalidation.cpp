@@ -47,10 +47,13 @@ int QVR_network::InvalidateAfterArcRemoval(int formerParent, int child) {
   if (!valuesInUse) {
     return QVR_OKAY;
   }
+  // A node that is now deduced loses its likelihoods, which until now told its parents something.
+  std::vector<int> softlyObserved = GetVirtualEvidenceNodes();
   // Where the change made a deduction, what the deduced node now tells its neighbours is news as well: the
   // walk may not stop there.
   const int known = DeduceAgain() ? kValueEvidence : kValueAnyEvidence;
   PrepareWalk();
+  MarkAncestors(softlyObserved);
   WalkStack stack;
   const QVR_nodeEntry& entry = Entry(child);
   const bool isObserved = entry.node->value && (entry.node->value->GetFlags() & known) != 0;
@@ -96,6 +99,17 @@ bool QVR_network::DeduceAgain() {
   }
   const std::vector<std::pair<int, int>> after = GetDeductions();
   return !std::includes(before.begin(), before.end(), after.begin(), after.end());
+}
+
+std::vector<int> QVR_network::GetVirtualEvidenceNodes() const {
+  std::vector<int> handles;
+  for (int handle = 0; handle < GetTableSize(); ++handle) {
+    const QVR_node* node = Entry(handle).node.get();
+    if (node != nullptr && node->value && (node->value->GetFlags() & kValueVirtualEvidence) != 0) {
+      handles.push_back(handle);
+    }
+  }
+  return handles;
 }
 
 std::vector<std::pair<int, int>> QVR_network::GetDeductions() const {
