@@ -64,18 +64,25 @@ struct Workspace {
   std::vector<unsigned char> wanted;  // by position
 };
 
-// Targets and pending nodes are wanted; no node stays pending.
-void MarkWanted(const RelevanceComponent& component, std::span<unsigned char> pending,
+// Targets and pending nodes are wanted.
+void MarkWanted(const RelevanceComponent& component, std::span<const unsigned char> pending,
                 std::vector<unsigned char>& wanted) {
   wanted.clear();
   for (const RelevanceNode* record : component.nodes) {
     bool isWanted = record->target;
     if (record->node != nullptr && record->evidence < 0 && !pending.empty()) {
-      unsigned char& entry = pending[static_cast<std::size_t>(record->node->handle)];
-      isWanted = isWanted || entry != 0;
-      entry = 0;
+      isWanted = isWanted || pending[static_cast<std::size_t>(record->node->handle)] != 0;
     }
     wanted.push_back(isWanted && HoldsPosterior(*record) ? 1 : 0);
+  }
+}
+
+// No node of the component stays pending once all are written.
+void ClearPending(const RelevanceComponent& component, std::span<unsigned char> pending) {
+  for (const RelevanceNode* record : component.nodes) {
+    if (record->node != nullptr && record->evidence < 0 && !pending.empty()) {
+      pending[static_cast<std::size_t>(record->node->handle)] = 0;
+    }
   }
 }
 
@@ -118,6 +125,7 @@ bool JoinTree::Solve(std::span<unsigned char> pending, std::int64_t sizeLimit) {
   work->propagation.Collect();
   work->propagation.Distribute(work->wanted);
   errorCount += WritePosteriors(component, *work);
+  ClearPending(component, pending);
   return true;
 }
 

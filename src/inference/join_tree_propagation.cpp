@@ -274,9 +274,9 @@ void JoinTreePropagation::FinishClique(int clique, std::span<const unsigned char
   });
   const auto inScale = [](std::span<double> sum) { return IsInScale(LargestEntry(sum)); };
   if (!std::all_of(sums.begin(), sums.end(), inScale)) {
-    FillStepwise(clique);
     std::for_each(sums.begin(), sums.end(),
                   [](std::span<double> sum) { std::fill(sum.begin(), sum.end(), 0.0); });
+    FillStepwise(clique);
     ListSums(clique, wanted);
     WalkSlabs(clique, [&](const double* slab, std::size_t) { SumSlab(slab); });
   }
