@@ -278,7 +278,8 @@ void XmlNetLoader::TakeParent(IXmlReader& /*reader*/) {
 // The exact size of the table where states and parents stand before the numbers.
 void XmlNetLoader::StartProbabilities(IXmlReader& /*reader*/) {
   const long long states = std::min(static_cast<long long>(stateIds.size()), kMaxReserved);
-  doubles.reserve(static_cast<std::size_t>(std::min(states * CountParentConfigurations(), kMaxReserved)));
+  const long long configurations = std::min(CountParentConfigurations(), kMaxReserved);
+  doubles.reserve(static_cast<std::size_t>(std::min(states * configurations, kMaxReserved)));
 }
 
 void XmlNetLoader::TakeDouble(IXmlReader& /*reader*/) {
