@@ -93,8 +93,10 @@ int QVR_nodeDefinition::AdoptFrom(QVR_nodeDefinition& other) {
   if (!other.IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  network = other.network;
-  handle = other.handle;
+  if (const QVR_node* own = OwnNode(); own == nullptr || own->definition.get() != this) {
+    network = other.network;  // one that stands in a network's table stays where it is
+    handle = other.handle;
+  }
   return QVR_OKAY;
 }
 

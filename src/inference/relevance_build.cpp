@@ -18,37 +18,26 @@ bool IgnoresParents(const QVR_node& node) {
   return (node.value->GetFlags() & kValueIgnoreParents) != 0 || node.definition->GetType() == kTypeList;
 }
 
-int EvidenceOf(const QVR_node& node, int outcomeCount) {
-  if (!node.value->HasEvidence()) {
+int EvidenceOf(const QVR_node& node, int outcomeCount, bool useDeterminism) {
+  if (!(useDeterminism ? node.value->HasEvidence() : node.value->HasRealEvidence())) {
     return -1;
   }
   const int evidence = node.value->GetEvidence();
   return evidence >= 0 && evidence < outcomeCount ? evidence : -1;
 }
 
-// A decision that hasn't been made, or is fixed by evidence, says nothing about its choices.
-void MakeUniformTable(RelevanceNode& record) {
-  QVR_Dmatrix& table = MakeOwnTable(record);
-  const int sizes[] = {record.outcomeCount};
-  table.SetDimensions(sizes);
-  table.Fill(1.0 / record.outcomeCount);
-}
-
-void InitRecord(RelevanceNode& record, QVR_node& node, bool target) {
+void InitRecord(RelevanceNode& record, QVR_node& node, bool target, bool useDeterminism) {
   record.node = &node;
   record.parents = {};
   record.children = {};
   record.outcomeCount = node.definition->GetNumberOfOutcomes();
-  record.evidence = EvidenceOf(node, record.outcomeCount);
+  record.evidence = EvidenceOf(node, record.outcomeCount, useDeterminism);
   record.liveChildren = 0;
   record.mark = kMarkNone;
   record.position = -1;
   record.target = target;
   record.tableKind = TableKind::None;
   record.table = nullptr;
-  if (node.definition->GetType() == kTypeList) {
-    MakeUniformTable(record);
-  }
 }
 
 // Appends the records of a list of handles to the links; leaves out nodes without one.
@@ -85,9 +74,23 @@ std::size_t CountLinks(const QVR_network& network) {
   return count;
 }
 
+// Whatever happened to the definition, propagation must not read past its table.
+bool HasShapeOf(const RelevanceNode& record, const QVR_Dmatrix& table) {
+  const std::size_t count = record.parents.size();
+  if (table.GetNumDimensions() != static_cast<int>(count) + 1) {
+    return false;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    if (table.GetDimension(static_cast<int>(i)) != record.parents[i]->outcomeCount) {
+      return false;
+    }
+  }
+  return table.GetDimension(static_cast<int>(count)) == record.outcomeCount;
+}
+
 }  // namespace
 
-bool BuildGraph(QVR_network& network, RelevanceGraph& graph) {
+bool BuildGraph(QVR_network& network, bool useDeterminism, RelevanceGraph& graph) {
   const auto nodeCount = static_cast<std::size_t>(network.GetNumberOfNodes());
   const bool allTargets = network.GetTargetCount() == 0;
   if (graph.records.size() < nodeCount) {
@@ -104,7 +107,7 @@ bool BuildGraph(QVR_network& network, RelevanceGraph& graph) {
     anyTarget = anyTarget || target;
     if (HasRecord(node)) {
       RelevanceNode& record = graph.records[graph.nodes.size()];
-      InitRecord(record, node, target);
+      InitRecord(record, node, target, useDeterminism);
       graph.byHandle[static_cast<std::size_t>(handle)] = &record;
       graph.nodes.push_back(&record);
     }
@@ -122,13 +125,15 @@ bool BuildGraph(QVR_network& network, RelevanceGraph& graph) {
 
 const QVR_Dmatrix* TableOf(RelevanceNode& record) {
   if (record.tableKind == TableKind::None) {
+    if (record.node->definition->GetType() == kTypeList) {
+      // A decision that hasn't been made, or is fixed by evidence, says nothing about its choices.
+      return MakeOwnVector(record, 1.0 / record.outcomeCount);
+    }
     QVR_Dmatrix* matrix = nullptr;
     if (record.node->definition->GetMatrix(matrix) < 0 || matrix == nullptr) {
       return nullptr;
     }
-    const int dimensions = matrix->GetNumDimensions();
-    if (dimensions != static_cast<int>(record.parents.size()) + 1 ||
-        matrix->GetDimension(dimensions - 1) != record.outcomeCount) {
+    if (!HasShapeOf(record, *matrix)) {
       return nullptr;
     }
     record.tableKind = TableKind::Borrowed;
@@ -141,6 +146,16 @@ QVR_Dmatrix& MakeOwnTable(RelevanceNode& record) {
   record.tableKind = TableKind::Own;
   record.table = &record.ownTable;
   return record.ownTable;
+}
+
+QVR_Dmatrix* MakeOwnVector(RelevanceNode& record, double x) {
+  QVR_Dmatrix& table = MakeOwnTable(record);
+  const int sizes[] = {record.outcomeCount};
+  if (table.SetDimensions(sizes) < 0) {
+    return nullptr;
+  }
+  table.Fill(x);
+  return &table;
 }
 
 int PlaceOfParent(const RelevanceNode& record, const RelevanceNode* parent) {

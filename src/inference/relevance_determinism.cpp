@@ -26,14 +26,15 @@ void DetachFromParents(RelevanceNode& record) {
 }
 
 // Fixes a child at the outcome that its table forces; its table becomes that certainty alone.
-void FixChild(RelevanceNode& child, int outcome) {
+int FixChild(RelevanceNode& child, int outcome) {
   ApplyEvidenceToValue(child, outcome);
   DetachFromParents(child);
-  QVR_Dmatrix& table = MakeOwnTable(child);
-  const int sizes[] = {child.outcomeCount};
-  table.SetDimensions(sizes);
-  table.Fill(0.0);
-  table.Subscript(outcome) = 1.0;
+  QVR_Dmatrix* table = MakeOwnVector(child, 0.0);
+  if (table == nullptr) {
+    return QVR_OUT_OF_MEMORY;
+  }
+  table->Subscript(outcome) = 1.0;
+  return QVR_OKAY;
 }
 
 // The outcome of the child that is certain whatever its other parents do, or -1; -42 without a table.
@@ -96,9 +97,8 @@ int NextForced(RelevanceGraph& graph, Frame& frame, RelevanceNode*& forced) {
       return outcome;
     }
     if (outcome >= 0) {
-      FixChild(child, outcome);
       forced = &child;
-      return QVR_OKAY;
+      return FixChild(child, outcome);
     }
   }
   while (frame.nextParent < static_cast<int>(record.parents.size())) {

@@ -31,8 +31,9 @@ struct RelevanceGraph {
 
 // Every step below returns 0, or -42 when a table that it needs can't be had.
 
-// One record for each node with outcomes. False when nothing is of interest.
-[[nodiscard]] bool BuildGraph(QVR_network& network, RelevanceGraph& graph);
+// One record for each node with outcomes. False when nothing is of interest. Evidence that was deduced
+// counts as evidence if `useDeterminism` is set.
+[[nodiscard]] bool BuildGraph(QVR_network& network, bool useDeterminism, RelevanceGraph& graph);
 void RemoveBarren(RelevanceGraph& graph);
 // From every record with evidence, through tables that leave only one outcome to a child or a parent.
 [[nodiscard]] int SpreadDeterminism(RelevanceGraph& graph);
@@ -46,6 +47,8 @@ void CompactChildren(RelevanceGraph& graph);
 [[nodiscard]] const QVR_Dmatrix* TableOf(RelevanceNode& record);
 // The table to overwrite; `table` and `tableKind` then name it.
 QVR_Dmatrix& MakeOwnTable(RelevanceNode& record);
+// A table over the record's own outcomes alone, all cells `x`; null when it can't be had.
+QVR_Dmatrix* MakeOwnVector(RelevanceNode& record, double x);
 [[nodiscard]] int PlaceOfParent(const RelevanceNode& record, const RelevanceNode* parent);
 void RemoveParentAt(RelevanceNode& record, int place);
 

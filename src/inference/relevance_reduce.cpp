@@ -224,7 +224,7 @@ int AbsorbRoots(RelevanceGraph& graph) {
 int RelevanceReduce(QVR_network& network, bool absorbRoots, bool useDeterminism, ComponentList& out) {
   RelevanceGraph& graph = **out.graph;
   out.components.clear();
-  if (network.GetNumberOfNodes() == 0 || !BuildGraph(network, graph)) {
+  if (network.GetNumberOfNodes() == 0 || !BuildGraph(network, useDeterminism, graph)) {
     return QVR_OKAY;
   }
   RemoveBarren(graph);

@@ -15,7 +15,10 @@ namespace qvr {
 namespace {
 
 constexpr std::int64_t kCeilingNotSet = -1;
-constexpr std::int64_t kCellBytes = sizeof(double);
+// Small matrices hold their elements themselves.
+std::int64_t AllocatedBytes(std::int64_t total) {
+  return total <= QVR_doubleArray::kInlineRoom ? 0 : total * static_cast<std::int64_t>(sizeof(double));
+}
 
 std::atomic<std::int64_t> memoryInUse{0};
 std::atomic<std::int64_t> memoryCeiling{kCeilingNotSet};
@@ -66,7 +69,11 @@ int CountElements(std::span<const int> sizes, std::int64_t& total) {
 
 QVR_Dmatrix::QVR_Dmatrix(const QVR_intArray& sizes) { SetDimensions(sizes.View()); }
 
-QVR_Dmatrix::QVR_Dmatrix(const QVR_Dmatrix& other) { Copy(other); }
+QVR_Dmatrix::QVR_Dmatrix(const QVR_Dmatrix& other) {
+  if (Copy(other) < 0) {
+    throw std::bad_alloc();
+  }
+}
 
 QVR_Dmatrix::QVR_Dmatrix(QVR_Dmatrix&& other) noexcept
     : dimensions(std::move(other.dimensions)),
@@ -126,7 +133,7 @@ int QVR_Dmatrix::SetDimensions(std::span<const int> sizes) {
     Fill(0.0);
     return QVR_OKAY;
   }
-  const std::int64_t newBytes = total * kCellBytes;
+  const std::int64_t newBytes = AllocatedBytes(total);
   const std::int64_t moreBytes = newBytes - accountedBytes;
   if (!Charge(moreBytes)) {
     return QVR_OUT_OF_MEMORY;
@@ -274,7 +281,7 @@ void QVR_Dmatrix::CheckInvariants() const {
     total *= dimensions[i];
   }
   assert(total == GetNumElements() && total <= kMaxElements);
-  assert(accountedBytes == total * kCellBytes);
+  assert(accountedBytes == AllocatedBytes(total));
 }
 
 }  // namespace qvr

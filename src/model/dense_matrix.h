@@ -20,7 +20,7 @@ class QVR_Dmatrix {
   QVR_Dmatrix() = default;
   // Empty if a size is below 1 or the matrix would be too large.
   explicit QVR_Dmatrix(const QVR_intArray& sizes);
-  QVR_Dmatrix(const QVR_Dmatrix& other);  // empty if memory is short
+  QVR_Dmatrix(const QVR_Dmatrix& other);  // std::bad_alloc if memory is short
   QVR_Dmatrix(QVR_Dmatrix&& other) noexcept;
   QVR_Dmatrix& operator=(const QVR_Dmatrix&) = delete;  // copying goes through Copy
   QVR_Dmatrix& operator=(QVR_Dmatrix&& other) noexcept;

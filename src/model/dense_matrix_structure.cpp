@@ -99,11 +99,15 @@ int QVR_Dmatrix::ShiftItemsUp(int dimension, int index, double x) {
 }
 
 int QVR_Dmatrix::PermuteItems(int dimension, const QVR_intArray& order) {
-  if (!HasDimension(dimension) || order.Length() != dimensions[dimension] || !IsPermutation(order.View())) {
+  if (!HasDimension(dimension) || order.Length() != dimensions[dimension]) {
     return QVR_OUT_OF_RANGE;
   }
   QVR_Dmatrix result;
-  if (const int status = result.SetDimensions(dimensions.Vector()); status < 0) {
+  int status = TestPermutation(order.View());
+  if (status >= 0) {
+    status = result.SetDimensions(dimensions.Vector());
+  }
+  if (status < 0) {
     return status;
   }
   const Blocks blocks = BlocksOf(dimension);
@@ -119,8 +123,11 @@ int QVR_Dmatrix::PermuteItems(int dimension, const QVR_intArray& order) {
 
 int QVR_Dmatrix::PermuteDimensions(const QVR_intArray& order) {
   const int count = GetNumDimensions();
-  if (order.Length() != count || !IsPermutation(order.View())) {
+  if (order.Length() != count) {
     return QVR_OUT_OF_RANGE;
+  }
+  if (const int status = TestPermutation(order.View()); status < 0) {
+    return status;
   }
   if (count == 0) {
     return QVR_OKAY;

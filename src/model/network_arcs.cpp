@@ -101,10 +101,13 @@ int QVR_network::RemoveArc(int parent, int child, int layer) {
       !HasArc(parent, child, kOrdinaryLayer)) {
     return QVR_OUT_OF_RANGE;
   }
-  if (QVR_nodeDefinition* definition = Entry(child).node->definition.get()) {
-    definition->RemoveParent(parent);  // finds the dimension while the parent is still listed
-  }
+  QVR_nodeDefinition* definition = Entry(child).node->definition.get();
+  // Finds the dimension while the parent is still listed.
+  const int status = definition != nullptr ? definition->RemoveParent(parent) : QVR_OKAY;
   DetachArc(parent, child);
+  if (status == QVR_OUT_OF_MEMORY) {
+    definition->RebuildFromNetwork();  // its table couldn't follow
+  }
   if ((relevanceMask & kRelevanceArcRemoved) != 0 && TracksChanges()) {
     InvalidateAfterArcRemoval(parent, child);
     UpdateIfImmediate();

@@ -1,21 +1,10 @@
+#include <new>
+
 #include "model/network.h"
 
 namespace qvr {
 
 namespace {
-
-int TableCells(const QVR_node& node) { return node.definition ? node.definition->GetSize() : -1; }
-
-int ValueCells(const QVR_node& node) {
-  const QVR_Dmatrix* matrix = node.value ? node.value->GetMatrix() : nullptr;
-  return matrix != nullptr ? matrix->GetNumElements() : -1;
-}
-
-// A clone whose tables found no memory ends with empty ones.
-bool IsWholeCopy(const QVR_node& copy, const QVR_node& source) {
-  return TableCells(copy) == TableCells(source) && ValueCells(copy) == ValueCells(source) &&
-         copy.cost->GetCosts().GetNumElements() == source.cost->GetCosts().GetNumElements();
-}
 
 int CopyArcs(QVR_nodeEntry& entry, const QVR_nodeEntry& source) {
   int status = entry.parents.Copy(source.parents);
@@ -45,7 +34,17 @@ int QVR_network::CopyFrom(const QVR_network& other, bool withTime) {
   }
   CleanUp(1);
   SetReady(false);
-  if (int status = CopyTable(other); status < 0) {
+  int status = QVR_OUT_OF_MEMORY;
+  try {
+    status = CopyTable(other);
+    creation = other.creation;
+  } catch (const std::bad_alloc&) {
+    status = QVR_OUT_OF_MEMORY;
+  }
+  if (status >= 0) {
+    status = userProperties.Copy(other.userProperties);
+  }
+  if (status < 0) {
     CleanUp(1);
     SetReady(false);
     return status;
@@ -55,8 +54,6 @@ int QVR_network::CopyFrom(const QVR_network& other, bool withTime) {
       entry.dynamicType = kDynamicNormal;
     }
   }
-  creation = other.creation;
-  userProperties.Copy(other.userProperties);
   delta = other.delta;
   static_cast<NetworkOptions&>(*this) = other;
   static_cast<SolverSettings&>(*this) = other;
@@ -84,9 +81,6 @@ int QVR_network::CopyTable(const QVR_network& other) {
     }
     entry.node = std::make_unique<QVR_node>(*source.node);
     entry.node->Bind(this, handle);
-    if (!IsWholeCopy(*entry.node, *source.node)) {
-      return QVR_OUT_OF_MEMORY;
-    }
   }
   ids = other.ids;
   numNodes = other.numNodes;

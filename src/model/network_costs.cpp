@@ -40,7 +40,7 @@ int QVR_network::RemoveCostArc(int parent, int child) {
       !HasArc(parent, child, kCostLayer)) {
     return QVR_OUT_OF_RANGE;
   }
-  Entry(child).node->cost->RemoveCostParent(parent);
+  const int status = Entry(child).node->cost->RemoveCostParent(parent);
   QVR_intArray& children = Entry(parent).costChildren;
   children.DeleteValue(child);
   if (children.GetNumItems() == 0 && IsTestGroupCost(parent)) {
@@ -49,6 +49,9 @@ int QVR_network::RemoveCostArc(int parent, int child) {
     properties.Delete(properties.Find(kTestGroupProperty));
   }
   Entry(child).costParents.DeleteValue(parent);
+  if (status == QVR_OUT_OF_MEMORY) {
+    Entry(child).node->cost->Rebuild();  // its table couldn't follow
+  }
   return QVR_OKAY;
 }
 

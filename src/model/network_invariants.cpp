@@ -54,7 +54,9 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
     std::vector<int> sizes = DimensionsOf(network, network.GetParents(node.handle));
     sizes.push_back(node.GetNumberOfOutcomes());
     QVR_Dmatrix* table = nullptr;
-    if (node.definition->GetMatrix(table) != QVR_OKAY || !table->HasShape(sizes)) {
+    // One that found no memory is empty until it's rebuilt.
+    if (node.definition->GetMatrix(table) != QVR_OKAY ||
+        (table->GetNumElements() > 0 && !table->HasShape(sizes))) {
       return "the table hasn't the shape that the parents and outcomes give";
     }
   }
@@ -72,7 +74,9 @@ std::string CheckValue(const QVR_network& network, const QVR_node& node) {
   std::vector<int> sizes = DimensionsOf(network, node.value->GetIndexingParents());
   sizes.push_back(node.GetNumberOfOutcomes());
   const QVR_Dmatrix* matrix = node.value->GetMatrix();
-  if (matrix != nullptr && !matrix->HasShape(sizes)) {
+  // One that found no memory is empty until the next update.
+  const bool holdsResult = matrix != nullptr && (matrix->GetNumElements() > 0 || node.value->IsValueValid());
+  if (holdsResult && !matrix->HasShape(sizes)) {
     return "the value hasn't the shape that the outcomes give";
   }
   if (node.value->HasEvidence() && node.value->GetEvidence() >= node.GetNumberOfOutcomes()) {

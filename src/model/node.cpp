@@ -1,6 +1,8 @@
 #include "model/node.h"
 
+#include <algorithm>
 #include <iterator>
+#include <new>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -61,11 +63,9 @@ QVR_node::QVR_node(const QVR_node& other)
       handle(other.handle),
       submodel(other.submodel) {
   info->header.owner = this;
-  if (other.definition) {
-    CopyDefinition(*other.definition);
-  }
-  if (other.value) {
-    CopyValue(*other.value);
+  if ((other.definition && CopyDefinition(*other.definition) == QVR_OUT_OF_MEMORY) ||
+      (other.value && CopyValue(*other.value) == QVR_OUT_OF_MEMORY)) {
+    throw std::bad_alloc();
   }
   extra = other.extra ? std::make_unique<QVR_extraDefinition>(*other.extra) : nullptr;
 }
@@ -226,6 +226,22 @@ bool QVR_node::Replace(std::unique_ptr<QVR_nodeDefinition> newDefinition,
   return lostParents || EvidenceOf(value.get()) != oldEvidence;
 }
 
+bool QVR_node::StandsInTable() const { return network != nullptr && network->NodeAt(handle) == this; }
+
+bool QVR_node::DefinitionFitsParents(const QVR_nodeDefinition& source) const {
+  const QVR_intArray& parents = network->GetParents(handle);
+  const QVR_network* sourceNetwork = source.GetNetwork();
+  if (sourceNetwork == nullptr ||
+      sourceNetwork->GetParents(source.GetHandle()).GetNumItems() != parents.GetNumItems()) {
+    return false;
+  }
+  return std::all_of(parents.begin(), parents.end(), [this](int parent) {
+    const QVR_node& node = *network->NodeAt(parent);
+    return !QVR_nodeDefinition::IsDiscreteParentType(node.GetType()) ||
+           definition->GetParentDimension(parent) == node.GetNumberOfOutcomes();
+  });
+}
+
 bool QVR_node::DropParentsNotTakenBy(int newType) {
   bool dropped = false;
   for (int parent : Handles(network->GetParents(handle))) {
@@ -258,12 +274,16 @@ bool QVR_node::UpdateChildren(int oldType, int oldCount) {
   return dropped;
 }
 
-void QVR_node::UpdateExtra() {
-  const int count = GetNumberOfOutcomes();
-  if (extra && extra->GetFaultStates().GetNumItems() != (count < 0 ? 0 : count)) {
+void QVR_node::FitExtra() {
+  const int count = std::max(0, GetNumberOfOutcomes());
+  if (extra && extra->GetFaultStates().GetNumItems() != count) {
     extra->ResetForOutcomes();
   }
-  if (extra && count < 2) {
+}
+
+void QVR_node::UpdateExtra() {
+  FitExtra();
+  if (extra && GetNumberOfOutcomes() < 2) {
     extra->diagnosisType = 2;
   }
 }

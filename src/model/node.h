@@ -21,7 +21,7 @@ class QVR_node : public QVR_object {
   // Creates definition and value of the type; a null network makes an empty, unready node. The network
   // must already hold the node at the handle if the type isn't 0.
   QVR_node(int type, int newHandle, QVR_network* newNetwork);
-  // Deep clone, member by member: nobody is told, nothing is tested.
+  // Deep clone, member by member: nobody is told, nothing is tested. std::bad_alloc if memory is short.
   QVR_node(const QVR_node& other);
   QVR_node& operator=(const QVR_node&) = delete;
   ~QVR_node() override;
@@ -34,7 +34,8 @@ class QVR_node : public QVR_object {
   // bodies stand in values/node_factory.cpp, the one place that knows all classes.
   int CreateDefinition(int type);
   int CreateValue(int type);
-  // A copy of the other's exact class, with this node's network and handle. -567 if not ready.
+  // A copy of the other's exact class, with this node's network and handle. -567 if not ready, -42; both
+  // leave what was there. In a network's table the arcs, children and attributes that don't fit follow.
   int CopyDefinition(const QVR_nodeDefinition& other);
   int CopyValue(const QVR_nodeValue& other);
 
@@ -70,8 +71,13 @@ class QVR_node : public QVR_object {
  private:
   // Swaps in the new pair in place of the present one, adopting from it. True if arcs or evidence went.
   bool Replace(std::unique_ptr<QVR_nodeDefinition> newDefinition, std::unique_ptr<QVR_nodeValue> newValue);
+  [[nodiscard]] bool StandsInTable() const;
+  // Whether the definition has a dimension of the right size for each parent, and for no other.
+  [[nodiscard]] bool DefinitionFitsParents(const QVR_nodeDefinition& source) const;
   bool DropParentsNotTakenBy(int newType);
   bool UpdateChildren(int oldType, int oldCount);
+  // Lists of another length than the outcome count start afresh.
+  void FitExtra();
   void UpdateExtra();
 };
 

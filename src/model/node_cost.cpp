@@ -29,12 +29,17 @@ QVR_nodeCost::QVR_nodeCost(const QVR_nodeCost& other)
 void QVR_nodeCost::CleanUp(int deep) {
   Clear();
   QVR_object::CleanUp(deep);
+  QVR_nodeCost::CheckReady(deep);
 }
+
+void QVR_nodeCost::CheckReady(int /*deep*/) { SetReady(network != nullptr); }
 
 void QVR_nodeCost::Clear() {
   dimensionIds.CleanUp();
   costs.SetDimensions(kOneCell);
 }
+
+int QVR_nodeCost::ChangeHook(int /*code*/) { return QVR_OKAY; }
 
 int QVR_nodeCost::ForwardChange(int code) {
   if (code == kForwardedChange && network != nullptr) {

@@ -18,6 +18,8 @@ class QVR_nodeCost : public QVR_object {
   QVR_nodeCost& operator=(const QVR_nodeCost&) = delete;
 
   void CleanUp(int deep) override;
+  void CheckReady(int deep) override;  // ready with a network
+  virtual int ChangeHook(int code);    // returns 0
   virtual int ForwardChange(int code);
 
   void SetOwner(QVR_network* newNetwork, int newHandle);

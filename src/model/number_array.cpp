@@ -9,16 +9,21 @@
 
 namespace qvr {
 
-bool IsPermutation(std::span<const int> order) {
-  std::vector<bool> seen(order.size());
+int TestPermutation(std::span<const int> order) {
+  std::vector<bool> seen;
+  try {
+    seen.resize(order.size());
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
   for (const int index : order) {
     if (index < 0 || static_cast<std::size_t>(index) >= order.size() ||
         seen[static_cast<std::size_t>(index)]) {
-      return false;
+      return QVR_OUT_OF_RANGE;
     }
     seen[static_cast<std::size_t>(index)] = true;
   }
-  return true;
+  return QVR_OKAY;
 }
 
 template <typename T>
@@ -192,15 +197,22 @@ template <typename T>
 int NumberArray<T>::Permute(const NumberArray<int>& order) {
   const std::span<const int> places(order.begin(), order.end());
   const int n = order.GetNumItems();
-  if ((n != numItems && n != size) || !IsPermutation(places)) {
+  if (n != numItems && n != size) {
     return QVR_OUT_OF_RANGE;
   }
-  std::vector<T> permuted;
-  permuted.reserve(places.size());
-  for (const int place : places) {
-    permuted.push_back(items[place]);
+  if (const int status = TestPermutation(places); status < 0) {
+    return status;
   }
-  std::copy(permuted.begin(), permuted.end(), items);
+  try {
+    std::vector<T> permuted;
+    permuted.reserve(places.size());
+    for (const int place : places) {
+      permuted.push_back(items[place]);
+    }
+    std::copy(permuted.begin(), permuted.end(), items);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
   return QVR_OKAY;
 }
 

@@ -15,6 +15,8 @@ namespace qvr {
 template <typename T>
 class NumberArray {
  public:
+  static constexpr int kInlineRoom = sizeof(T) == sizeof(int) ? 8 : 4;  // so many need no allocation
+
   NumberArray() = default;
   NumberArray(std::initializer_list<T> list);  // a list of these items
   NumberArray(const NumberArray&) = delete;    // copying goes through Copy, which can fail
@@ -74,8 +76,6 @@ class NumberArray {
   [[nodiscard]] int Contains(T x) const requires std::same_as<T, int>;
 
  private:
-  static constexpr int kInlineRoom = sizeof(T) == sizeof(int) ? 8 : 4;
-
   int PlaceOf(T x) const;
   void TakeFrom(NumberArray& other) noexcept;
   // `size` becomes n; the elements have no particular value and numItems is 0. -42 leaves the array empty.
@@ -89,8 +89,8 @@ class NumberArray {
   int numItems = 0;
 };
 
-// Whether each of 0 to size - 1 occurs exactly once.
-[[nodiscard]] bool IsPermutation(std::span<const int> order);
+// -2 unless each of 0 to size - 1 occurs exactly once; -42 if memory is short.
+[[nodiscard]] int TestPermutation(std::span<const int> order);
 
 using QVR_intArray = NumberArray<int>;
 using QVR_doubleArray = NumberArray<double>;

@@ -194,15 +194,22 @@ int QVR_stringArray::AddEmpty() { return QVR_stringArray::Insert(numItems, ""); 
 int QVR_stringArray::Permute(const QVR_intArray& order) {
   const std::span<const int> places(order.begin(), order.end());
   const int n = order.GetNumItems();
-  if ((n != numItems && n != size) || !IsPermutation(places)) {
+  if (n != numItems && n != size) {
     return QVR_OUT_OF_RANGE;
   }
-  std::vector<Text> permuted;
-  permuted.reserve(places.size());
-  for (const int place : places) {
-    permuted.push_back(std::move(items[static_cast<std::size_t>(place)]));
+  if (const int status = TestPermutation(places); status < 0) {
+    return status;
   }
-  std::move(permuted.begin(), permuted.end(), items.begin());
+  try {
+    std::vector<Text> permuted;
+    permuted.reserve(places.size());
+    for (const int place : places) {
+      permuted.push_back(std::move(items[static_cast<std::size_t>(place)]));
+    }
+    std::move(permuted.begin(), permuted.end(), items.begin());
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
+  }
   EntriesChanged();
   return QVR_OKAY;
 }

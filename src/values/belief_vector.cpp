@@ -46,7 +46,7 @@ bool HasLastDimension(const QVR_Dmatrix* matrix, int size) {
 
 QVR_beliefVector::QVR_beliefVector(QVR_network* newNetwork, int newHandle)
     : QVR_nodeValue(newNetwork, newHandle) {
-  QVR_beliefVector::Reinitialize();
+  SetReady(QVR_beliefVector::Reinitialize() >= 0);
 }
 
 QVR_beliefVector::QVR_beliefVector(const QVR_beliefVector& other)

@@ -88,13 +88,14 @@ int QVR_node::CreateDefinition(int type) {
     if (!extra) {
       extra = std::make_unique<QVR_extraDefinition>(network, handle);
     }
+    FitExtra();
   } catch (const std::bad_alloc&) {
     definition.reset();
     return QVR_OUT_OF_MEMORY;
   }
-  const int count = definition ? definition->GetNumberOfOutcomes() : 0;
-  if (extra->GetFaultStates().GetNumItems() != (count < 0 ? 0 : count)) {
-    extra->ResetForOutcomes();
+  if (definition && network != nullptr && !definition->IsReady()) {
+    definition.reset();  // its table found no memory
+    return QVR_OUT_OF_MEMORY;
   }
   if (replaces) {
     if (definition) {
@@ -119,6 +120,10 @@ int QVR_node::CreateValue(int type) {
   } catch (const std::bad_alloc&) {
     return QVR_OUT_OF_MEMORY;
   }
+  if (!value->IsReady()) {
+    value.reset();  // its table found no memory
+    return QVR_OUT_OF_MEMORY;
+  }
   return QVR_OKAY;
 }
 
@@ -126,22 +131,45 @@ int QVR_node::CopyDefinition(const QVR_nodeDefinition& other) {
   if (!other.IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
+  if (&other == definition.get()) {
+    return QVR_OKAY;
+  }
   const DefinitionClass* known = FindDefinitionClass(other.GetType());
   if (known == nullptr) {
     return QVR_OUT_OF_RANGE;
   }
+  DefinitionPointer copy;
   try {
-    definition = known->copy(other);
+    copy = known->copy(other);
   } catch (const std::bad_alloc&) {
     return QVR_OUT_OF_MEMORY;
   }
-  definition->SetOwner(network, handle);
+  copy->SetOwner(network, handle);
+  if (!StandsInTable()) {
+    definition = std::move(copy);
+    return QVR_OKAY;
+  }
+  const int oldType = GetType();
+  const int oldCount = GetNumberOfOutcomes();
+  DropParentsNotTakenBy(copy->GetType());
+  definition = std::move(copy);
+  if (!DefinitionFitsParents(other)) {
+    definition->RebuildFromNetwork();
+  }
+  if (value && GetNumberOfOutcomes() != oldCount) {
+    value->Reinitialize();
+  }
+  UpdateChildren(oldType, oldCount);
+  FitExtra();
   return QVR_OKAY;
 }
 
 int QVR_node::CopyValue(const QVR_nodeValue& other) {
   if (!other.IsReady()) {
     return QVR_OBJECT_NOT_READY;
+  }
+  if (&other == value.get()) {
+    return QVR_OKAY;
   }
   const ValueClass* known = FindValueClass(other.GetValueType());
   if (known == nullptr) {

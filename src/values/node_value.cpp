@@ -37,7 +37,9 @@ int QVR_nodeValue::Assign(QVR_nodeValue& other) {
   }
   valueFlags = other.valueFlags;
   const int status = indexingParents.Copy(other.indexingParents);
-  SetOwner(other.network, other.handle);
+  const QVR_node* own = network != nullptr ? network->NodeAt(handle) : nullptr;
+  const bool stands = own != nullptr && own->value.get() == this;  // such a one stays where it is
+  SetOwner(stands ? network : other.network, stands ? handle : other.handle);
   CheckReady(1);
   CheckConsistency(1);
   return status;

@@ -12,6 +12,7 @@
 #include "model/identifier_index.h"
 #include "model/metadata.h"
 #include "model/number_array.h"
+#include "model/status.h"
 #include "model/string_array.h"
 
 namespace qvr {
@@ -38,7 +39,7 @@ class ArraysTest : public testing::Test {
 // The same change of an array and of the vector beside it.
 template <typename Array, typename T>
 void PermuteBoth(Array& array, std::vector<T>& list, const QVR_intArray& order) {
-  const bool good = IsPermutation({order.begin(), order.end()});
+  const bool good = TestPermutation({order.begin(), order.end()}) == QVR_OKAY;
   ASSERT_EQ(array.Permute(order), good ? 0 : -2);
   const std::vector<T> old = list;
   for (int i = 0; good && i < order.GetNumItems(); ++i) {
