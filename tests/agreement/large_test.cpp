@@ -6,7 +6,6 @@
 #include <functional>
 
 #include "agreement/engine_trial.h"
-#include "support/log_guard.h"
 
 namespace qvr {
 namespace {
@@ -127,112 +126,6 @@ TEST(Large, ChainWithEvidenceAtItsEnd) {
       ExpectFirstOutcomes(network, expected);
     }
   });
-}
-
-// The product of the likelihoods is far below the smallest double.
-TEST(Large, ThousandsOfObservedChildrenOfOneNode) {
-  constexpr int kPairs = 2000;
-  const LogGuard log;
-  RunOnSmallStack([] {
-    QVR_network network;
-    const int hub = AddChance(network, "hub", 2, {}, {0.5, 0.5});
-    const UpdateFlagsOff quiet(network, UPDATE_TRACK_CHANGES);
-    for (int i = 0; i < 2 * kPairs; ++i) {
-      const std::string id = "leaf" + std::to_string(i);
-      const int leaf = AddChance(network, id.c_str(), 3, {hub}, {0.3, 0.1, 0.6, 0.1, 0.3, 0.6});
-      ASSERT_EQ(ValueOf(network, leaf).SetEvidence(i < 2 * kPairs - 2 ? i % 2 : 0), QVR_OKAY);
-    }
-    const int free = AddChance(network, "free", 2, {hub}, {0.9, 0.1, 0.2, 0.8});
-    AllowLargeGroups(network);
-    for (int engine : kExactEngines) {
-      network.InvalidateAll();
-      network.SetBeliefAlgorithm(engine);
-      EXPECT_EQ(network.UpdateBeliefs(), QVR_OKAY) << engine;
-      // Pairs cancel, but for the last, which favours the hub's first outcome by (0.3 / 0.1) squared.
-      EXPECT_NEAR(BeliefOf(network, hub)[0], 0.9, kTolerance);
-      EXPECT_NEAR(BeliefOf(network, free)[0], 0.9 * 0.9 + 0.1 * 0.2, kTolerance);
-    }
-  });
-  EXPECT_TRUE(LogGuard::Messages().empty());
-}
-
-// All pairs of forty roots have a child: one tree for all of them has no room, but a group of children
-// needs only its own roots.
-class Pairs : public testing::Test {
- protected:
-  static constexpr int kRoots = 40;
-
-  void SetUp() override {
-    const UpdateFlagsOff quiet(network, UPDATE_TRACK_CHANGES);
-    for (int i = 0; i < kRoots; ++i) {
-      AddChance(network, nullptr, 2, {}, {RootBelief(i), 1 - RootBelief(i)});
-    }
-    for (int i = 0; i < kRoots; ++i) {
-      for (int j = i + 1; j < kRoots; ++j) {
-        AddChance(network, nullptr, 2, {i, j}, {0.1, 0.9, 0.4, 0.6, 0.7, 0.3, 0.8, 0.2});
-      }
-    }
-  }
-
-  static double RootBelief(int root) { return 0.2 + 0.01 * root; }
-
-  void ExpectAllBeliefs() {
-    int child = kRoots;
-    for (int i = 0; i < kRoots; ++i) {
-      const double p = RootBelief(i);
-      EXPECT_NEAR(BeliefOf(network, i)[0], p, kTolerance);
-      for (int j = i + 1; j < kRoots; ++j, ++child) {
-        const double q = RootBelief(j);
-        const double expected = 0.1 * p * q + 0.4 * p * (1 - q) + 0.7 * (1 - p) * q + 0.8 * (1 - p) * (1 - q);
-        EXPECT_NEAR(BeliefOf(network, child)[0], expected, kTolerance);
-      }
-    }
-  }
-
-  LogGuard log;
-  QVR_network network;
-};
-
-TEST_F(Pairs, GroupsAnswerWhatOneTreeCannot) {
-  for (int engine : {ALG_JOIN_TREE, ALG_RELEVANCE_BATCHES, ALG_RELEVANCE_HALVING}) {
-    SCOPED_TRACE(engine);
-    network.InvalidateAll();
-    network.SetBeliefAlgorithm(engine);
-    EXPECT_EQ(network.UpdateBeliefs(), QVR_OKAY);
-    ExpectAllBeliefs();
-    EXPECT_EQ(network.GetTargetCount(), 0);
-  }
-  EXPECT_TRUE(LogGuard::Messages().empty());
-}
-
-TEST_F(Pairs, RefusalsWithoutFallback) {
-  network.SetBeliefAlgorithm(ALG_CLIQUE_TREE);
-  EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_MEMORY);
-  // With every child observed the roots hang together however few of them are wanted.
-  const UpdateFlagsOff quiet(network, UPDATE_TRACK_CHANGES);
-  for (int child = kRoots; child < network.GetNumberOfNodes(); ++child) {
-    ASSERT_EQ(ValueOf(network, child).SetEvidence(0), QVR_OKAY);
-  }
-  ASSERT_EQ(network.SetTarget(3), QVR_OKAY);
-  for (int engine : kExactEngines) {
-    network.SetBeliefAlgorithm(engine);
-    EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_MEMORY) << engine;
-    EXPECT_EQ(network.IsTarget(3), 1);
-  }
-  network.ClearAllEvidence();
-  network.ClearAllTargets();
-  ASSERT_EQ(network.userProperties.Add("QVR_REL_DECOMP_DISABLE_FALLBACK", nullptr), QVR_OKAY);
-  network.SetBeliefAlgorithm(ALG_JOIN_TREE);
-  EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_MEMORY);
-}
-
-TEST(NoUpdate, ValuesThatNothingReachedHoldZeros) {
-  QVR_network network;
-  const int handle = AddChance(network, "a", 3, {}, {0.2, 0.3, 0.5});
-  EXPECT_EQ(BeliefOf(network, handle), (std::vector<double>{0, 0, 0}));
-  EXPECT_EQ(network.NodeAt(handle)->definition->AddOutcome("late"), QVR_OKAY);
-  EXPECT_EQ(BeliefOf(network, handle), (std::vector<double>{0, 0, 0, 0}));
-  EXPECT_FALSE(ValueOf(network, handle).IsValueValid());
 }
 
 }  // namespace

@@ -45,10 +45,19 @@ QVR_Dmatrix* TableOf(QVR_network& network, int handle) {
   return matrix;
 }
 
+std::vector<double> CellsOf(QVR_network& network, int handle) {
+  QVR_Dmatrix* matrix = TableOf(network, handle);
+  if (matrix == nullptr) {
+    return {};
+  }
+  const std::span<const double> cells = matrix->GetItems().Vector();
+  return {cells.begin(), cells.end()};
+}
+
 std::vector<int> AllNodes(const QVR_network& network) {
   QVR_intArray handles;
   network.GetAllNodes(handles);
-  return {handles.begin(), handles.end()};
+  return ListOf(handles);
 }
 
 QVR_nodeValue& ValueOf(QVR_network& network, int handle) { return *network.NodeAt(handle)->value; }

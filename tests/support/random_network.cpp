@@ -25,6 +25,14 @@ void MakeRow(const TableStyle& style, TestRandom& random, std::span<double> row)
 
 }  // namespace
 
+QVR_intArray ShuffledOrder(int count, TestRandom& random) {
+  QVR_intArray order;
+  for (int i = 0; i < count; ++i) {
+    order.Insert(random.Below(i + 1), i);
+  }
+  return order;
+}
+
 ParentLists ChainParents(int nodeCount) {
   ParentLists parents(static_cast<std::size_t>(nodeCount));
   for (int i = 1; i < nodeCount; ++i) {

@@ -23,6 +23,8 @@ class TestRandom {
   std::mt19937_64 engine;
 };
 
+[[nodiscard]] QVR_intArray ShuffledOrder(int count, TestRandom& random);
+
 // What tables look like.
 struct TableStyle {
   double zeroFraction = 0;        // of cells; each row keeps at least one other
