@@ -59,8 +59,7 @@ TEST(CptAdopt, TakesWhatTheClassOfTheSourceOffers) {
     ASSERT_EQ(ValueOf(network, node).SetEvidence(1), 0);
     QVR_nodeDefinition& definition = *network.NodeAt(node)->definition;
     EXPECT_EQ(definition.AdoptFrom(source), 0);
-    const std::span<const double> cells = TableOf(network, node)->GetItems().Vector();
-    EXPECT_EQ(Cells(cells.begin(), cells.end()), row.expected);
+    EXPECT_EQ(CellsOf(network, node), row.expected);
     ASSERT_EQ(definition.GetNumberOfOutcomes(), static_cast<int>(row.names.size()));
     for (std::size_t i = 0; i < row.names.size(); ++i) {
       EXPECT_EQ(definition.GetOutcomeNames()->Get(static_cast<int>(i)), row.names[i]);
@@ -95,8 +94,7 @@ TEST(CptAdopt, DropsParentsThatItsClassDoesNotTake) {
       std::make_unique<FakeDefinition>(network, equation, kTypeEquation, 0, Cells{});
   QVR_nodeDefinition& definition = *network.NodeAt(node)->definition;
   ASSERT_EQ(definition.DropUnsupportedParents(), 0);
-  const std::span<const double> cells = TableOf(network, node)->GetItems().Vector();
-  EXPECT_EQ(Cells(cells.begin(), cells.end()), (Cells{0.1, 0.9, 0.2, 0.8}));  // found by its place
+  EXPECT_EQ(CellsOf(network, node), (Cells{0.1, 0.9, 0.2, 0.8}));  // found by its place
   EXPECT_EQ(network.GetNumberOfParents(node), 1);
   // A rebuild that finds such a parent logs it and takes the arc away.
   network.NodeAt(parent)->definition =

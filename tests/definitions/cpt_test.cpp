@@ -14,151 +14,108 @@ namespace qvr {
 namespace {
 
 using Cells = std::vector<double>;
+using Names = std::vector<std::string>;
 
 QVR_cpt& CptOf(QVR_network& network, int handle) {
   return dynamic_cast<QVR_cpt&>(*network.NodeAt(handle)->definition);
 }
 
-Cells CellsOf(QVR_network& network, int handle) {
-  const std::span<const double> cells = TableOf(network, handle)->GetItems().Vector();
-  return {cells.begin(), cells.end()};
-}
-
-std::vector<std::string> NamesOf(QVR_cpt& definition) {
-  std::vector<std::string> names;
+Names NamesOf(QVR_cpt& definition) {
+  Names names;
   for (int i = 0; i < definition.GetNumberOfOutcomes(); ++i) {
     names.emplace_back(definition.GetOutcomeNames()->Get(i));
   }
   return names;
 }
 
-std::unique_ptr<QVR_stringArray> Texts(const std::vector<const char*>& texts) {
-  auto list = std::make_unique<QVR_stringArray>();
-  for (const char* text : texts) {
-    list->Add(text);
-  }
+template <typename... Text>
+QVR_stringArray Texts(Text... texts) {
+  QVR_stringArray list;
+  (list.Add(texts), ...);
   return list;
 }
+
+template <typename... Number>
+QVR_intArray Ints(Number... numbers) {
+  return {numbers...};
+}
+
+template <typename... Number>
+QVR_doubleArray Reals(Number... numbers) {
+  return {numbers...};
+}
+
+int ChangeOutcomes(QVR_cpt& definition, const QVR_stringArray& names, QVR_intArray mapping) {
+  return definition.ChangeOutcomes(names, mapping);
+}
+
+using Operation = std::function<int(QVR_cpt&)>;
 
 // A node with outcomes State0, State1, State2 and 0.1, 0.2, 0.7.
 struct ThreeOutcomes {
   ThreeOutcomes() : definition(CptOf(network, AddChance(network, "a", 3, {}, {0.1, 0.2, 0.7}))) {}
-  Cells Numbers() { return CellsOf(network, 0); }
 
   QVR_network network;
   QVR_cpt& definition;
 };
 
-int ChangeOutcomes(QVR_cpt& definition, const std::vector<const char*>& names, QVR_intArray mapping) {
-  return definition.ChangeOutcomes(*Texts(names), mapping);
-}
-
 TEST(Cpt, RefusalsChangeNothing) {
   const struct {
     int status;
-    std::function<int(QVR_cpt&)> operation;
+    Operation operation;
   } cases[] = {
       {-2, [](QVR_cpt& d) { return d.InsertOutcome(4, "x"); }},
       {-2, [](QVR_cpt& d) { return d.InsertOutcome(-1, "x"); }},
       {-2, [](QVR_cpt& d) { return d.RemoveOutcome(3); }},
-      {-2,
-       [](QVR_cpt& d) {
-         return d.ReorderOutcomes({2, 0, 2});
-       }},
-      {-2,
-       [](QVR_cpt& d) {
-         return d.ReorderOutcomes({1, 0});
-       }},
-      {-2,
-       [](QVR_cpt& d) {
-         return d.RenameOutcomes(*Texts({"a", "b"}));
-       }},
+      {-2, [](QVR_cpt& d) { return d.ReorderOutcomes(Ints(2, 0, 2)); }},
+      {-2, [](QVR_cpt& d) { return d.ReorderOutcomes(Ints(1, 0)); }},
+      {-2, [](QVR_cpt& d) { return d.ReorderParents(Ints(1)); }},
+      {-2, [](QVR_cpt& d) { return d.RenameOutcomes(Texts("a", "b")); }},
       {-2, [](QVR_cpt& d) { return d.RenameOutcome(0, "State1"); }},
       {-2, [](QVR_cpt& d) { return d.RenameOutcome(3, "x"); }},
       {-2, [](QVR_cpt& d) { return d.SetNumberOfOutcomes(0); }},
       {-42, [](QVR_cpt& d) { return d.SetNumberOfOutcomes(0x10000001); }},
-      {-2,
-       [](QVR_cpt& d) {
-         return d.SetProbabilities({0.5, 0.5});
-       }},
-      {-2,
-       [](QVR_cpt& d) {
-         return d.SetMatrix(QVR_Dmatrix({1, 3}));
-       }},
-      {-2, [](QVR_cpt& d) { return ChangeOutcomes(d, {"a"}, {0}); }},
-      {-2,
-       [](QVR_cpt& d) {
-         return ChangeOutcomes(d, {"a", "b"}, {1, 1});
-       }},
-      {-2,
-       [](QVR_cpt& d) {
-         return ChangeOutcomes(d, {"a", "b"}, {0, 3});
-       }},
-      {-2,
-       [](QVR_cpt& d) {
-         return ChangeOutcomes(d, {"a", "b"}, {0, 1, 2});
-       }},
+      {-2, [](QVR_cpt& d) { return d.SetProbabilities(Reals(0.5, 0.5)); }},
+      {-2, [](QVR_cpt& d) { return d.SetMatrix(QVR_Dmatrix(Ints(1, 3))); }},
+      {-2, [](QVR_cpt& d) { return ChangeOutcomes(d, Texts("a"), Ints(0)); }},
+      {-2, [](QVR_cpt& d) { return ChangeOutcomes(d, Texts("a", "b"), Ints(1, 1)); }},
+      {-2, [](QVR_cpt& d) { return ChangeOutcomes(d, Texts("a", "b"), Ints(0, 3)); }},
+      {-2, [](QVR_cpt& d) { return ChangeOutcomes(d, Texts("a", "b"), Ints(0, 1, 2)); }},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(&row - cases);
     ThreeOutcomes node;
     ASSERT_EQ(ValueOf(node.network, 0).SetEvidence(1), 0);
     EXPECT_EQ(row.operation(node.definition), row.status);
-    EXPECT_EQ(node.Numbers(), (Cells{0.1, 0.2, 0.7}));
-    EXPECT_EQ(NamesOf(node.definition), (std::vector<std::string>{"State0", "State1", "State2"}));
+    EXPECT_EQ(CellsOf(node.network, 0), (Cells{0.1, 0.2, 0.7}));
+    EXPECT_EQ(NamesOf(node.definition), (Names{"State0", "State1", "State2"}));
     EXPECT_EQ(ValueOf(node.network, 0).GetEvidence(), 1);
   }
 }
 
 TEST(Cpt, NamesAreRepairedAndConsistencyFollowsTheNumbers) {
+  const Names kOld = {"State0", "State1", "State2"};
+  const Names kMore = {"State0", "State1", "State2", "State3"};
   const struct {
-    std::function<int(QVR_cpt&)> operation;
-    std::vector<std::string> names;
+    Operation operation;
+    Names names;
     bool consistent;
   } cases[] = {
-      {[](QVR_cpt& d) { return d.AddOutcome("State1"); }, {"State0", "State1", "State2", "State3"}, true},
-      {[](QVR_cpt& d) { return d.AddOutcome(nullptr); }, {"State0", "State1", "State2", "State3"}, true},
+      {[](QVR_cpt& d) { return d.AddOutcome("State1"); }, kMore, true},
+      {[](QVR_cpt& d) { return d.AddOutcome(nullptr); }, kMore, true},
       {[](QVR_cpt& d) { return d.InsertOutcome(1, "x y"); }, {"State0", "State3", "State1", "State2"}, true},
       {[](QVR_cpt& d) { return d.RemoveOutcome(0); }, {"State1", "State2"}, false},
-      {[](QVR_cpt& d) {
-         return d.RenameOutcomes(*Texts({"a", "a", "c", "d"}));
-       },
-       {"a", "a0", "c"},
-       true},
+      {[](QVR_cpt& d) { return d.RenameOutcomes(Texts("a", "a", "c", "d")); }, {"a", "a0", "c"}, true},
       {[](QVR_cpt& d) { return d.SetNumberOfOutcomes(1); }, {"State0", "State1"}, true},
-      {[](QVR_cpt& d) {
-         return d.SetNumberOfOutcomes(*Texts({"a b", "a_b"}));
-       },
-       {"a_b", "a_b2"},
-       true},
-      {[](QVR_cpt& d) { return d.SetNumberOfOutcomes(*d.GetOutcomeNames()); },
-       {"State0", "State1", "State2"},
-       true},
-      {[](QVR_cpt& d) {
-         return ChangeOutcomes(d, {"State2", "b", "c"}, {-1, 2, -1});
-       },
+      {[](QVR_cpt& d) { return d.SetNumberOfOutcomes(Texts("a b", "a_b")); }, {"a_b", "a_b2"}, true},
+      {[](QVR_cpt& d) { return d.SetNumberOfOutcomes(*d.GetOutcomeNames()); }, kOld, true},
+      {[](QVR_cpt& d) { return ChangeOutcomes(d, Texts("State2", "b", "c"), Ints(-1, 2, -1)); },
        {"State2", "b", "c"},
        false},
-      {[](QVR_cpt& d) {
-         return d.SetProbabilities({-0.5, 0.5, 1});
-       },
-       {"State0", "State1", "State2"},
-       false},
-      {[](QVR_cpt& d) {
-         return d.SetValues({0.2, 0.1});
-       },
-       {"State0", "State1", "State2"},
-       true},
-      {[](QVR_cpt& d) {
-         return d.SetValues({0.1, 0.199996});
-       },
-       {"State0", "State1", "State2"},
-       true},
-      {[](QVR_cpt& d) {
-         return d.SetValues({0.1, 0.199994});
-       },
-       {"State0", "State1", "State2"},
-       false},
+      {[](QVR_cpt& d) { return d.SetProbabilities(Reals(-0.5, 0.5, 1.0)); }, kOld, false},
+      {[](QVR_cpt& d) { return d.SetValues(Reals(0.2, 0.1)); }, kOld, true},
+      {[](QVR_cpt& d) { return d.SetValues(Reals(0.1, 0.199996)); }, kOld, true},
+      {[](QVR_cpt& d) { return d.SetValues(Reals(0.1, 0.199994)); }, kOld, false},
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(&row - cases);
@@ -168,22 +125,6 @@ TEST(Cpt, NamesAreRepairedAndConsistencyFollowsTheNumbers) {
     EXPECT_EQ(node.definition.IsConsistent(), row.consistent);
     EXPECT_EQ(node.network.CheckInvariants(), "");
   }
-  QVR_network network;
-  const int two = AddChance(network, "b", 2, {}, {0.2, 0.8});
-  EXPECT_EQ(CptOf(network, two).RemoveOutcome(0), -2);
-}
-
-TEST(Cpt, AParentReplicatesTheTableAndALossKeepsItsFirstOutcome) {
-  QVR_network network;
-  const int parent = AddChance(network, "p", 3, {}, {0.2, 0.3, 0.5});
-  const int child = AddChance(network, "c", 2, {}, {0.2, 0.8});
-  ASSERT_EQ(network.AddArc(parent, child, kOrdinaryLayer), 0);
-  EXPECT_EQ(CellsOf(network, child), (Cells{0.2, 0.8, 0.2, 0.8, 0.2, 0.8}));
-  ASSERT_EQ(SetTable(network, child, {0.1, 0.9, 0.2, 0.8, 0.3, 0.7}), 0);
-  EXPECT_EQ(CptOf(network, parent).SetNumberOfOutcomes(4), -19);
-  EXPECT_EQ(CptOf(network, child).ReorderParents({1}), -2);
-  ASSERT_EQ(network.RemoveArc(parent, child, kOrdinaryLayer), 0);
-  EXPECT_EQ(CellsOf(network, child), (Cells{0.1, 0.9}));
 }
 
 TEST(Cpt, AbsorbingAParentTakesTheArc) {
@@ -203,21 +144,6 @@ TEST(Cpt, AbsorbingAParentTakesTheArc) {
   EXPECT_EQ(network.CheckInvariants(), "");
 }
 
-TEST(Cpt, AnArcThatWouldGrowTheTableTooLargeIsRefused) {
-  LogGuard log;
-  QVR_network network;
-  const Cells uniform(16384, 1.0 / 16384);
-  const int first = AddChance(network, "p", 16384, {}, uniform);
-  const int second = AddChance(network, "q", 16384, {}, uniform);
-  const int child = AddChance(network, "c", 2, {first}, Cells(32768, 0.5));
-  EXPECT_EQ(network.AddArc(second, child, kOrdinaryLayer), -51);  // 2^29 cells
-  EXPECT_EQ(log.Messages(-51), std::vector<std::string>{"Arc rejected by child node"});
-  EXPECT_EQ(TableOf(network, child)->GetNumElements(), 32768);
-  EXPECT_EQ(CptOf(network, child).SetNumberOfOutcomes(16385), -42);
-  EXPECT_EQ(CptOf(network, child).GetNumberOfOutcomes(), 2);
-  EXPECT_EQ(network.CheckInvariants(), "");
-}
-
 TEST(Cpt, MemoryEndsTheGrowthOfATableNotItsShape) {
   LogGuard log;
   QVR_network network;
@@ -234,7 +160,6 @@ TEST(Cpt, MemoryEndsTheGrowthOfATableNotItsShape) {
   EXPECT_GT(accepted, 10);
   EXPECT_LT(accepted, 17);
   EXPECT_EQ(network.GetNumberOfParents(child), accepted);
-  EXPECT_EQ(network.CheckInvariants(), "");
   EXPECT_EQ(CptOf(network, parents[0]).AddOutcome("x"), -42);  // the child can't follow
   EXPECT_EQ(network.CheckInvariants(), "");
   QVR_Dmatrix::SetMemoryCeiling(std::int64_t{1} << 40);
@@ -251,7 +176,6 @@ TEST(Cpt, AnOutcomeThatAChildHasNoRoomForIsRefused) {
   EXPECT_EQ(CptOf(network, parent).AddOutcome("x"), -42);
   EXPECT_EQ(CptOf(network, parent).InsertOutcome(0, "x"), -42);
   EXPECT_EQ(CellsOf(network, parent), (Cells{0.2, 0.8}));
-  EXPECT_EQ(NamesOf(CptOf(network, parent)).size(), 2U);
   EXPECT_EQ(ValueOf(network, parent).GetEvidence(), 1);
 }
 
@@ -264,19 +188,15 @@ TEST(Cpt, ParentInfluenceIsTheLargestDistanceBetweenRows) {
   // Only the last row differs: from its neighbours along both dimensions.
   const double distance = std::hypot(std::sqrt(0.26) - 0.5, std::sqrt(0.74) - std::sqrt(0.75));
   QVR_cpt& definition = CptOf(network, child);
+  int isRelevant = 7;
+  EXPECT_EQ(definition.CheckParentInfluence(2, 0.1, isRelevant), -2);
+  EXPECT_EQ(isRelevant, 7);
   for (int dimension : {0, 1}) {
-    int isRelevant = -1;
     EXPECT_EQ(definition.CheckParentInfluence(dimension, distance * 0.99, isRelevant), 0);
     EXPECT_EQ(isRelevant, 1);
     EXPECT_EQ(definition.CheckParentInfluence(dimension, distance * 1.01, isRelevant), 0);
     EXPECT_EQ(isRelevant, 0);
   }
-  int untouched = 7;
-  EXPECT_EQ(definition.CheckParentInfluence(2, 0.1, untouched), -2);
-  EXPECT_EQ(untouched, 7);
-  ASSERT_EQ(definition.MakeUniform(), 0);
-  EXPECT_EQ(definition.CheckParentInfluence(0, 0, untouched), 0);
-  EXPECT_EQ(untouched, 0);
 }
 
 }  // namespace
