@@ -10,6 +10,7 @@
 
 #include "agreement/engine_trial.h"
 #include "definitions/cpt.h"
+#include "support/describe_network.h"
 #include "support/log_guard.h"
 
 namespace qvr {

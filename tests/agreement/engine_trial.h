@@ -54,9 +54,6 @@ class Trial {
   Observations entered;
 };
 
-// Tables, evidence and targets, for a failure's message.
-[[nodiscard]] std::string Describe(QVR_network& network);
-
 }  // namespace qvr
 
 #endif

@@ -133,6 +133,7 @@ TEST(Random, LargerNetworksAgreeWithThemselves) {
     const std::vector<int> counts = RandomOutcomeCounts(nodeCount, 2, 3, 1e300, random);
     QVR_network network;
     ASSERT_TRUE(FillNetwork(parents, counts, kStyles[i % 4], random, network));
+    AddThresholds(network, random);
     const std::vector<int> states = SampleStates(network, random);
     for (int observed = random.Below(8); observed > 0; --observed) {
       const int handle = random.Below(nodeCount);

@@ -7,9 +7,9 @@
 #include "inference/table_rescale.h"
 #include "model/error_log.h"
 #include "model/network.h"
+#include "support/describe_network.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
-#include "support/random_network.h"
 
 namespace qvr {
 namespace {
@@ -106,122 +106,20 @@ TEST(UpdateDriver, PassesOverNodesWithoutDefinition) {
   }
 }
 
-// Everything of a network that an update must leave alone.
-std::string Describe(QVR_network& network) {
-  std::string text = testing::PrintToString(network.GetUpdateFlags()) + '/' +
-                     testing::PrintToString(network.GetTargetCount()) + '/' + network.CheckInvariants();
-  for (const int handle : AllNodes(network)) {
-    const QVR_nodeValue& value = ValueOf(network, handle);
-    text += '\n' + network.NodeAt(handle)->GetId() + ' ' + testing::PrintToString(network.IsTarget(handle));
-    text += ' ' + testing::PrintToString(value.GetFlags() & ~kValueValid);
-    for (const QVR_intArray* list : {&network.GetParents(handle), &network.GetChildren(handle)}) {
-      text += testing::PrintToString(std::vector<int>(list->begin(), list->end()));
-    }
-  }
-  return text;
-}
-
-// a -> b -> c, with likelihoods on a and c.
-void FillSoftChain(QVR_network& network) {
-  const int a = AddChance(network, "a", 3, {}, {0.2, 0.3, 0.5});
-  const int b = AddChance(network, "b", 2, {a}, {0.9, 0.1, 0.4, 0.6, 0.3, 0.7});
-  const int c = AddChance(network, "c", 2, {b}, {0.8, 0.2, 0.1, 0.9});
-  ASSERT_EQ(SetLikelihoods(network, a, {0.5, 0.25, 0.25}), QVR_OKAY);
-  ASSERT_EQ(SetLikelihoods(network, c, {0.75, 0.25}), QVR_OKAY);
-}
-
-TEST(VirtualEvidence, ActsAsAnObservedChildAndLeavesNoTrace) {
-  // By hand: a weighs 0.1, 0.075, 0.125; then b, each state seeing c's likelihood 0.65 or 0.3.
-  const double b0 = (0.1 * 0.9 + 0.075 * 0.4 + 0.125 * 0.3) * 0.65;
-  const double b1 = (0.1 * 0.1 + 0.075 * 0.6 + 0.125 * 0.7) * 0.3;
-  for (const int id : kExactIds) {
-    for (const bool withTarget : {false, true}) {
-      SCOPED_TRACE(testing::Message() << id << withTarget);
-      const LogGuard log;
-      QVR_network network;
-      FillSoftChain(network);
-      network.SetBeliefAlgorithm(id);
-      network.SetUpdateFlags(network.GetUpdateFlags() | UPDATE_IMMEDIATELY);
-      if (withTarget) {
-        network.SetTarget(1);
-      }
-      const std::string before = Describe(network);
-      EXPECT_EQ(network.UpdateBeliefs(), QVR_OKAY);
-      EXPECT_NEAR(BeliefOf(network, 1)[0], b0 / (b0 + b1), 1e-12);
-      EXPECT_EQ(Describe(network), before);
-      EXPECT_EQ(network.FindNode("@"), QVR_OUT_OF_RANGE);
-      EXPECT_EQ(LogGuard::Messages(), std::vector<std::string>{});
-    }
-  }
-}
-
 TEST(VirtualEvidence, LeavesNoTraceWhenMemoryRunsOut) {
   const LogGuard log;
   QVR_network network;
-  FillSoftChain(network);
+  const int a = AddChance(network, "a", 3, {}, {0.2, 0.3, 0.5});
+  const int b = AddChance(network, "b", 2, {a}, {0.9, 0.1, 0.4, 0.6, 0.3, 0.7});
+  ASSERT_EQ(SetLikelihoods(network, a, {0.5, 0.25, 0.25}), QVR_OKAY);
+  ASSERT_EQ(SetLikelihoods(network, b, {0.75, 0.25}), QVR_OKAY);
+  network.SetUpdateFlags(network.GetUpdateFlags() | UPDATE_IMMEDIATELY);
   const std::string before = Describe(network);
   QVR_Dmatrix::SetMemoryCeiling(QVR_Dmatrix::MemoryInUse());
   EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_MEMORY);
   QVR_Dmatrix::SetMemoryCeiling(std::int64_t{1} << 40);
   EXPECT_EQ(Describe(network), before);
   EXPECT_EQ(network.UpdateBeliefs(), QVR_OKAY);
-}
-
-// Two posteriors of each node: with the network's settings, and by one join tree.
-void ExpectSameAsJoinTree(QVR_network& network) {
-  QVR_network reference(network);
-  reference.SetBeliefAlgorithm(ALG_JOIN_TREE);
-  ASSERT_EQ(reference.UpdateBeliefs(), QVR_OKAY);
-  const std::string before = Describe(network);
-  ASSERT_EQ(network.UpdateBeliefs(), QVR_OKAY);
-  EXPECT_EQ(Describe(network), before);
-  for (const int handle : AllNodes(network)) {
-    if (network.GetTargetCount() > 0 && network.IsTarget(handle) == 0) {
-      continue;
-    }
-    EXPECT_TRUE(ValueOf(network, handle).IsValueValid()) << handle;
-    const std::vector<double> expected = BeliefOf(reference, handle);
-    const std::vector<double> found = BeliefOf(network, handle);
-    ASSERT_EQ(found.size(), expected.size());
-    for (std::size_t i = 0; i < found.size(); ++i) {
-      EXPECT_NEAR(found[i], expected[i], 1e-9) << handle;
-    }
-  }
-}
-
-// One target in four, evidence on one node in five.
-void Ask(QVR_network& network, TestRandom& random, bool withTargets) {
-  const std::vector<int> states = SampleStates(network, random);
-  for (const int handle : AllNodes(network)) {
-    if (withTargets && random.Chance(0.25)) {
-      network.SetTarget(handle);
-    }
-    if (random.Chance(0.2)) {
-      ValueOf(network, handle).SetEvidence(states[static_cast<std::size_t>(handle)]);
-    }
-  }
-}
-
-TEST(Decomposition, GivesTheSameAnswersUnderAnyThresholds) {
-  constexpr const char* kThresholds[][3] = {
-      {"1", "1", "0"}, {"2", "8", "1"}, {"3", "64", "16"}, {"0", "none", "-5"}, {"99999999999", "1", ""}};
-  TestRandom random(99);
-  for (int trial = 0; trial < 60; ++trial) {
-    SCOPED_TRACE(trial);
-    QVR_network network;
-    const int count = 4 + random.Below(16);
-    ASSERT_TRUE(FillNetwork(RandomParents(count, 3, 6, random), RandomOutcomeCounts(count, 2, 3, 1e9, random),
-                            {0.1, 0.0}, random, network));
-    Ask(network, random, trial % 2 == 0);
-    const auto& thresholds = kThresholds[trial % 5];
-    network.userProperties.Add("QVR_REL_DECOMP_THRESHOLD", thresholds[0]);
-    network.userProperties.Add("QVR_REL_DECOMP_THRESHOLD2", thresholds[1]);
-    network.userProperties.Add("QVR_REL_DECOMP_THRESHOLD3", thresholds[2]);
-    for (const int id : {ALG_RELEVANCE_BATCHES, ALG_RELEVANCE_HALVING}) {
-      network.SetBeliefAlgorithm(id);
-      ExpectSameAsJoinTree(network);
-    }
-  }
 }
 
 // Every two of 32 roots share a child: no tree holds all at once, but a child alone needs two roots.

@@ -1,20 +1,15 @@
-// What evidence deduces and invalidates, against sums over the joint and against d-separation.
+// What evidence deduces and invalidates, against d-separation and by example.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <set>
 #include <string>
 
-#include "support/brute_force.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
 #include "support/random_network.h"
 
 namespace qvr {
 namespace {
-
-constexpr double kSameBelief = 1e-12;
 
 bool IsValid(QVR_network& network, int handle) { return ValueOf(network, handle).IsValueValid(); }
 

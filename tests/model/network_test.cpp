@@ -12,8 +12,6 @@
 namespace qvr {
 namespace {
 
-std::vector<int> List(const QVR_intArray& list) { return {list.begin(), list.end()}; }
-
 void AddNodes(QVR_network& network, int count) {
   for (int i = 0; i < count; ++i) {
     ASSERT_EQ(network.AddNode(kTypeCpt, nullptr), i);
@@ -163,29 +161,6 @@ TEST(NetworkArcs, RefusedArcsChangeNothing) {
   EXPECT_EQ(network.RemoveArc(1, 0, kOrdinaryLayer), -2);
   EXPECT_EQ(network.GetNumberOfParents(99), -2);
   EXPECT_EQ(network.GetParents(99).GetNumItems() + network.GetChildren(-5, kCostLayer).GetNumItems(), 0);
-}
-
-TEST(NetworkArcs, DeletingTakesTheDimensionAtItsPlace) {
-  QVR_network network;
-  const int a = AddChance(network, "a", 2, {}, {0.1, 0.9});
-  const int b = AddChance(network, "b", 3, {}, {0.2, 0.3, 0.5});
-  const int c = AddChance(network, "c", 2, {}, {0.4, 0.6});
-  std::vector<double> table;
-  for (int row = 0; row < 12; ++row) {
-    table.insert(table.end(), {row / 16.0, 1 - row / 16.0});
-  }
-  const int d = AddChance(network, "d", 2, {a, b, c}, table);
-  const int e = AddChance(network, "e", 2, {d}, {0.5, 0.5, 0.25, 0.75});
-  ASSERT_GE(e, 0);
-  ASSERT_EQ(network.DeleteNode(b), QVR_OKAY);
-  EXPECT_EQ(List(network.GetParents(d)), (std::vector<int>{a, c}));
-  // The rows of the first outcome of b are left.
-  const std::vector<double> expected = {0 / 16., 1, 1 / 16., 15 / 16., 6 / 16., 10 / 16., 7 / 16., 9 / 16.};
-  const auto cells = TableOf(network, d)->GetItems().Vector();
-  EXPECT_EQ(std::vector<double>(cells.begin(), cells.end()), expected);
-  ASSERT_EQ(network.DeleteNode(d), QVR_OKAY);
-  EXPECT_EQ(TableOf(network, e)->GetNumElements(), 2);
-  EXPECT_EQ(network.CheckInvariants(), "");
 }
 
 TEST(NetworkTime, ArcsAndTypesAgreeWhicheverComesFirst) {
