@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
 #include <vector>
 
 #include "expression/distribution_source.h"
@@ -144,32 +143,6 @@ TEST_P(Distribution, DrawsFollowTheTrueDensity) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllLaws, Distribution, testing::ValuesIn(kLaws));
-
-TEST(Distributions, EndForEveryParameter) {
-  const double nan = std::nan("");
-  const double inf = std::numeric_limits<double>::infinity();
-  const Law cases[] = {
-      {"Beta", {nan, 1}, 0, 0, 0, 0},       {"Beta", {inf, 1}, 0, 0, 0, 0},
-      {"Beta", {-1, 2}, 0, 0, 0, 0},        {"Gamma", {inf, 1}, 0, 0, 0, 0},
-      {"Gamma", {nan, 1}, 0, 0, 0, 0},      {"Exponential", {nan}, 0, 0, 0, 0},
-      {"Weibull", {nan, 1}, 0, 0, 0, 0},    {"Normal", {0, nan}, 0, 0, 0, 0},
-      {"Binomial", {inf, 0.5}, 0, 0, 0, 0}, {"Binomial", {1e17, 0.5}, 0, 0, 0, 0},
-  };
-  for (const Law& law : cases) {
-    EXPECT_TRUE(std::isnan(law.Row().evaluate(law.Block()))) << law;
-  }
-  const struct {
-    Law law;
-    double expected;
-  } fixed[] = {
-      {{"Binomial", {2.5, 1}, 0, 0, 0, 0}, 3}, {{"Binomial", {0, 0.5}, 0, 0, 0, 0}, 0},
-      {{"Binomial", {nan, 1}, 0, 0, 0, 0}, 0}, {{"Binomial", {1e15, 1}, 0, 0, 0, 0}, 1e15},
-      {{"Bernoulli", {1}, 0, 0, 0, 0}, 1},     {{"Bernoulli", {0}, 0, 0, 0, 0}, 0},
-  };
-  for (const auto& c : fixed) {
-    EXPECT_EQ(c.law.Row().evaluate(c.law.Block()), c.expected) << c.law;
-  }
-}
 
 // The columns' own conventions, by the formulas that callers rely on.
 TEST(Distributions, ColumnsKeepTheirConventions) {
