@@ -3,43 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <set>
-#include <string>
-#include <tuple>
 
 #include "inference/min_fill.h"
-#include "support/random_network.h"
+#include "inference/shapes.h"
 
 namespace qvr {
 namespace {
-
-ComponentShape MakeShape(const ParentLists& parents, const std::vector<int>& outcomeCounts) {
-  ComponentShape shape;
-  shape.outcomeCounts = outcomeCounts;
-  shape.observed.assign(parents.size(), 0);
-  shape.parentStart = {0};
-  for (const std::vector<int>& list : parents) {
-    shape.parents.insert(shape.parents.end(), list.begin(), list.end());
-    shape.parentStart.push_back(static_cast<int>(shape.parents.size()));
-  }
-  return shape;
-}
-
-ComponentShape MakeBinaryShape(const ParentLists& parents) {
-  return MakeShape(parents, std::vector<int>(parents.size(), 2));
-}
-
-// Every node below all before it.
-ParentLists CompleteParents(int nodeCount) {
-  ParentLists parents(static_cast<std::size_t>(nodeCount));
-  for (int node = 0; node < nodeCount; ++node) {
-    parents[static_cast<std::size_t>(node)].resize(static_cast<std::size_t>(node));
-    std::iota(parents[static_cast<std::size_t>(node)].begin(), parents[static_cast<std::size_t>(node)].end(),
-              0);
-  }
-  return parents;
-}
 
 // Every node below an earlier node and up to width - 1 of that one's parents: its moral graph is chordal.
 ParentLists ChordalParents(int nodeCount, int width, TestRandom& random) {
@@ -156,47 +126,6 @@ TEST(CliqueTree, HoldsEveryFamilyAndKeepsEachNodeConnected) {
     ExpectFamiliesHeld(shape, layout);
     ASSERT_FALSE(HasFailure()) << testing::PrintToString(shape.parentStart) << ' '
                                << testing::PrintToString(shape.parents);
-  }
-}
-
-// What the best tree's separators cost, by trying all pairs in order. Which of several equal pairs comes
-// first doesn't change the list.
-std::vector<std::pair<int, std::int64_t>> BestSeparators(const CliqueTreeLayout& layout) {
-  std::vector<std::tuple<int, std::int64_t, int, int>> pairs;
-  for (int i = 0; i < layout.CliqueCount(); ++i) {
-    for (int j = i + 1; j < layout.CliqueCount(); ++j) {
-      const auto shared = Shared(layout.MembersOf(i), layout.MembersOf(j)).size();
-      pairs.emplace_back(-static_cast<int>(shared),
-                         layout.cliques[static_cast<std::size_t>(i)].tableSize +
-                             layout.cliques[static_cast<std::size_t>(j)].tableSize,
-                         i, j);
-    }
-  }
-  std::sort(pairs.begin(), pairs.end());
-  std::vector<int> group(layout.cliques.size());
-  std::iota(group.begin(), group.end(), 0);
-  std::vector<std::pair<int, std::int64_t>> kept;
-  for (const auto& [negativeCount, cost, i, j] : pairs) {
-    const int from = group[static_cast<std::size_t>(i)];
-    const int to = group[static_cast<std::size_t>(j)];
-    if (from != to) {
-      std::replace(group.begin(), group.end(), from, to);
-      kept.emplace_back(negativeCount, cost);
-    }
-  }
-  return kept;
-}
-
-TEST(CliqueTree, SpansCliquesAtTheLeastCost) {
-  for (const ComponentShape& shape : VariedShapes()) {
-    CliqueTreeLayout layout;
-    ASSERT_TRUE(CompileCliqueTree(shape, layout));
-    std::vector<std::pair<int, std::int64_t>> found;
-    for (const TreeSeparator& separator : layout.separators) {
-      found.emplace_back(-separator.variableCount, separator.costSum);
-    }
-    std::sort(found.begin(), found.end());
-    ASSERT_EQ(found, BestSeparators(layout)) << testing::PrintToString(shape.parents);
   }
 }
 

@@ -4,43 +4,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
+#include <cmath>
 #include <set>
 
-#include "inference/join_tree_structure.h"
+#include "inference/shapes.h"
 
 namespace qvr {
 namespace {
 
-ComponentShape ShapeOf(const std::vector<int>& sizes, const std::vector<std::vector<int>>& parents) {
-  ComponentShape shape;
-  shape.outcomeCounts = sizes;
-  shape.observed.assign(sizes.size(), 0);
-  shape.parentStart.assign(1, 0);
-  for (const std::vector<int>& list : parents) {
-    shape.parents.insert(shape.parents.end(), list.begin(), list.end());
-    shape.parentStart.push_back(static_cast<int>(shape.parents.size()));
-  }
-  return shape;
-}
-
-ComponentShape RandomShape(std::mt19937& random, int nodeCount, int maxParents) {
-  const auto below = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-  std::vector<int> sizes;
-  std::vector<std::vector<int>> parents(static_cast<std::size_t>(nodeCount));
-  for (int node = 0; node < nodeCount; ++node) {
-    sizes.push_back(2 + below(3));
-    std::set<int> chosen;
-    for (int i = below(maxParents + 1); i > 0 && node > 0; --i) {
-      chosen.insert(below(node));
-    }
-    parents[static_cast<std::size_t>(node)].assign(chosen.begin(), chosen.end());
-    std::shuffle(parents[static_cast<std::size_t>(node)].begin(),
-                 parents[static_cast<std::size_t>(node)].end(), random);
-  }
-  ComponentShape shape = ShapeOf(sizes, parents);
+ComponentShape RandomShape(TestRandom& random, int nodeCount, int maxParents) {
+  const ParentLists parents = RandomParents(nodeCount, maxParents, nodeCount, random);
+  ComponentShape shape = MakeShape(parents, RandomOutcomeCounts(nodeCount, 2, 4, HUGE_VAL, random));
   for (unsigned char& observed : shape.observed) {
-    observed = below(8) == 0 ? 1 : 0;
+    observed = random.Chance(0.125) ? 1 : 0;
   }
   return shape;
 }
@@ -146,7 +122,7 @@ std::set<int> SetOf(const std::vector<int>& items, const std::vector<int>& start
 }
 
 TEST(Triangulation, EliminatesAsAFullWalkWould) {
-  std::mt19937 random(77);
+  TestRandom random(77);
   for (int trial = 0; trial < 300; ++trial) {
     const ComponentShape shape = RandomShape(random, 2 + trial % 40, 1 + trial % 4);
     EliminationCliques cliques;
@@ -175,7 +151,7 @@ void ExpectRunningIntersection(const JoinTreeStructure& tree, int clique) {
 }
 
 TEST(Triangulation, CompiledTreesCoverFamiliesAndRunThrough) {
-  std::mt19937 random(78);
+  TestRandom random(78);
   for (int trial = 0; trial < 200; ++trial) {
     const ComponentShape shape = RandomShape(random, 2 + trial % 60, 1 + trial % 4);
     JoinTreeStructure tree;
@@ -199,18 +175,6 @@ TEST(Triangulation, CompiledTreesCoverFamiliesAndRunThrough) {
   }
 }
 
-// A node with `parents` parents of two outcomes each, itself of two.
-ComponentShape StarShape(int parents, bool observed) {
-  std::vector<int> sizes(static_cast<std::size_t>(parents) + 1, 2);
-  std::vector<std::vector<int>> lists(sizes.size());
-  for (int i = 0; i < parents; ++i) {
-    lists.back().push_back(i);
-  }
-  ComponentShape shape = ShapeOf(sizes, lists);
-  shape.observed.assign(sizes.size(), observed ? 1 : 0);
-  return shape;
-}
-
 TEST(Triangulation, RefusesBeyondItsLimits) {
   struct Case {
     int parents;
@@ -227,20 +191,18 @@ TEST(Triangulation, RefusesBeyondItsLimits) {
       {30, false, std::int64_t{1} << 40, false},
   };
   for (const Case& c : cases) {
+    ComponentShape shape = MakeBinaryShape(CompleteParents(c.parents + 1));
+    shape.observed.assign(shape.observed.size(), c.observed ? 1 : 0);
     EliminationCliques cliques;
-    EXPECT_EQ(Triangulate(StarShape(c.parents, c.observed), c.limit, cliques), c.accepted)
+    EXPECT_EQ(Triangulate(shape, c.limit, cliques), c.accepted)
         << c.parents << (c.observed ? " observed" : "") << " limit " << c.limit;
   }
 }
 
 TEST(Triangulation, ChainGivesOneCliqueLessThanNodes) {
   constexpr int kNodes = 100000;
-  std::vector<std::vector<int>> parents(kNodes);
-  for (int node = 1; node < kNodes; ++node) {
-    parents[static_cast<std::size_t>(node)] = {node - 1};
-  }
   EliminationCliques cliques;
-  ASSERT_TRUE(Triangulate(ShapeOf(std::vector<int>(kNodes, 2), parents), kDefaultSizeLimit, cliques));
+  ASSERT_TRUE(Triangulate(MakeBinaryShape(ChainParents(kNodes)), kDefaultSizeLimit, cliques));
   EXPECT_EQ(cliques.Count(), kNodes - 1);
 }
 
