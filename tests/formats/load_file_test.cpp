@@ -29,20 +29,6 @@ TEST(FormatTable, GoesByTheTextBehindTheLastDot) {
   }
 }
 
-TEST(FormatTable, SpeakersSayWhatTheyCheckThemselves) {
-  const LogGuard guard;
-  QVR_network network;
-  int format = 0;
-  const auto speaker = CreateSpeaker(network, "a.xqvr", format);
-  ASSERT_NE(speaker, nullptr);
-  EXPECT_EQ(format, 8);
-  EXPECT_TRUE(speaker->AcceptsDuplicateIds());
-  EXPECT_TRUE(speaker->VouchesForGraph());
-  int unknown = 9;
-  EXPECT_EQ(CreateSpeaker(network, "a.xqvr", unknown), nullptr);
-  EXPECT_EQ(LogGuard::Messages(QVR_OUT_OF_RANGE), Strings{"Unknown File Format"});
-}
-
 // Files of this test, in a folder that goes with it.
 class LoadFile : public ::testing::Test {
  protected:

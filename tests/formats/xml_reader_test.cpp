@@ -288,21 +288,6 @@ TEST(XmlReader, UndoesEscapesInText) {
   }
 }
 
-TEST(XmlReader, ChecksVersions) {
-  const LogGuard guard;
-  for (const char* accepted : {"1.0", "0.9", "1", "", "new", "1.0beta"}) {
-    Schema schema(kXmlInherit);
-    schema.groupHandler.onStart = [&](IXmlReader& reader) { CheckVersion(reader, accepted, "1.0"); };
-    EXPECT_TRUE(schema.Parse("<doc><group><must/></group></doc>")) << accepted;
-  }
-  Schema schema(kXmlInherit);
-  schema.groupHandler.onStart = [](IXmlReader& reader) { CheckVersion(reader, "1.1", "1.0"); };
-  EXPECT_FALSE(schema.Parse("<doc><group><must/></group></doc>"));
-  EXPECT_EQ(LogGuard::Messages(),
-            Strings{"Error at 1, 5: Invalid version number '1.1', expected 1.0\nPlease download most recent "
-                    "version of ORBEL/Tarvo from:\nhttps://qvr.example.org/"});
-}
-
 TEST(Latin1, ConvertsWhatItCan) {
   struct {
     std::string utf8;

@@ -6,10 +6,8 @@
 #include <numeric>
 #include <optional>
 #include <random>
-#include <set>
 
 #include "model/identifier.h"
-#include "model/identifier_index.h"
 #include "model/metadata.h"
 #include "model/number_array.h"
 #include "model/status.h"
@@ -179,20 +177,6 @@ TEST_F(ArraysTest, TextListsAgreeWithVectors) {
   }
 }
 
-TEST_F(ArraysTest, TextsBehindTheListAreNotLost) {
-  QVR_stringArray array;
-  array.SetSize(4);
-  array.SetItem(2, "spare");
-  array.Add("first");
-  EXPECT_STREQ(array.Get(2), "spare");
-  EXPECT_EQ(array.Delete(2), 0);  // the spare text, and the list's last item
-  EXPECT_EQ(array.Get(2), nullptr);
-  EXPECT_EQ(array.GetNumItems(), 0);
-  EXPECT_EQ(array.Get(0), nullptr);
-  EXPECT_EQ(array.Get(4), nullptr);
-  EXPECT_EQ(array.SetItem(4, "x"), -2);
-}
-
 // What the identifier array answers, worked out by scanning.
 struct NaiveIds {
   std::vector<std::string> list;
@@ -304,30 +288,6 @@ TEST_F(ArraysTest, ManyEqualNamesTakeLinearTime) {
   EXPECT_EQ(ids.FindId("State100000"), kMany - 1);
   EXPECT_STREQ(ids.Get(kMany + 2), "State100001");  // behind State0 and State1
   EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 8);
-}
-
-TEST_F(ArraysTest, HandlesByIdentifier) {
-  IdentifierIndex index;
-  std::set<std::pair<std::string, int>> pairs;
-  for (int step = 0; step < 20000; ++step) {
-    const std::string text = kNames[Random(4)];
-    const int handle = Random(5);
-    if (Random(2) == 0) {
-      index.Insert(text, handle);
-      pairs.insert({text, handle});
-    } else {
-      index.Erase(text, handle);
-      pairs.erase({text, handle});
-    }
-    const auto lowestBut = [&](int except) {
-      const auto found = std::find_if(pairs.begin(), pairs.end(), [&](const auto& pair) {
-        return pair.first == text && pair.second != except;
-      });
-      return found == pairs.end() ? -2 : found->second;
-    };
-    ASSERT_EQ(index.Find(text), lowestBut(-1));
-    ASSERT_EQ(index.FindOther(text, handle), lowestBut(handle));
-  }
 }
 
 TEST_F(ArraysTest, SettingUserProperties) {

@@ -93,10 +93,10 @@ TEST(NetworkOrder, AgreesWithRecursion) {
       highest = std::max(highest, graph.Height(handle));
     }
     const QVR_intArray& found = graph.network.GetTopologicalOrder();
-    EXPECT_EQ(std::vector<int>(found.begin(), found.end()), order);
+    EXPECT_EQ(ListOf(found), order);
     QVR_intArray decisionFirst{7};  // there's no decision, so nothing goes before its turn
     graph.network.GetDecisionFirstOrder(decisionFirst);
-    EXPECT_EQ(std::vector<int>(decisionFirst.begin(), decisionFirst.end()), order);
+    EXPECT_EQ(ListOf(decisionFirst), order);
     EXPECT_EQ(graph.network.ComputeLevels(), highest);
     EXPECT_EQ(graph.network.IsAcyclic(), 1);
     EXPECT_EQ(graph.network.IsPolytree() != 0, graph.IsForest());
@@ -120,7 +120,7 @@ TEST(NetworkOrder, CycleTestAndDescendantsAgreeWithReachability) {
       }
       QVR_intArray descendants{99};
       graph.network.GetDescendants(a, descendants);
-      EXPECT_EQ(std::vector<int>(descendants.begin(), descendants.end()), expected);
+      EXPECT_EQ(ListOf(descendants), expected);
     }
   }
 }

@@ -20,21 +20,6 @@ class SubmodelTest : public testing::Test {
   int c = submodels.CreateSubmodel(kMain, nullptr);
 };
 
-TEST_F(SubmodelTest, TheMainOneComesWithTheNetwork) {
-  const QVR_network fresh;
-  const QVR_submodelHandler& handler = fresh.GetSubmodels();
-  EXPECT_EQ(handler.FirstSubmodel(), kMain);
-  EXPECT_EQ(handler.NextSubmodel(kMain), -2);
-  EXPECT_EQ(handler.GetParent(kMain), -8888);
-  const QVR_submodel& main = *handler.GetSubmodel(kMain);
-  EXPECT_EQ(main.header.GetId(), "Sub0");
-  EXPECT_EQ(main.header.GetName(), "Sub0");
-  EXPECT_EQ(main.backgroundColor, 0xFFFFFF);
-  EXPECT_EQ(main.screen.borderThickness, 3);
-  EXPECT_EQ(submodels.GetSubmodel(b)->screen.color, 16250597);
-  EXPECT_EQ(submodels.GetSubmodel(c)->header.GetId(), "Sub3");
-}
-
 TEST_F(SubmodelTest, Refusals) {
   EXPECT_EQ(submodels.CreateSubmodel(-1, "x"), -2);
   EXPECT_EQ(submodels.CreateSubmodel(kMain + 5, "x"), -2);
@@ -46,6 +31,7 @@ TEST_F(SubmodelTest, Refusals) {
   EXPECT_EQ(submodels.FindSubmodel("no id"), -2);
   EXPECT_EQ(submodels.GetSubmodel(kMain + 4), nullptr);
   EXPECT_EQ(submodels.GetParent(-1), -2);
+  EXPECT_EQ(submodels.GetParent(kMain), -8888);
   submodels.CleanUp(1);
   EXPECT_EQ(submodels.CreateSubmodel(kMain, "x"), -567);
   EXPECT_EQ(submodels.FindSubmodel("a"), -567);
@@ -87,7 +73,7 @@ TEST_F(SubmodelTest, ResetBringsTheNodesHome) {
   }
   QVR_intArray included{7};
   EXPECT_EQ(network.GetIncludedNodes(b, included), 2);
-  EXPECT_EQ(std::vector<int>(included.begin(), included.end()), (std::vector<int>{7, 1, 2}));
+  EXPECT_EQ(ListOf(included), (std::vector<int>{7, 1, 2}));
   EXPECT_EQ(network.GetIncludedNodes(-1, included), -2);
   submodels.GetSubmodel(kMain)->header.SetId("net");
   EXPECT_EQ(submodels.Reset(), QVR_OKAY);
