@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <random>
+#include <span>
 #include <vector>
 
 #include "model/network.h"
@@ -14,13 +15,26 @@ namespace qvr {
 class TestRandom {
  public:
   explicit TestRandom(std::uint64_t seed) : engine(seed) {}
+  // A byte for each draw, for as long as there are any.
+  explicit TestRandom(std::span<const std::uint8_t> newBytes) : bytes(newBytes) {}
 
-  int Below(int n) { return static_cast<int>(engine() % static_cast<std::uint64_t>(n)); }
-  double Unit() { return static_cast<double>(engine() >> 11) * 0x1p-53; }  // 0 included, 1 not
+  int Below(int n) { return static_cast<int>(Draw() % static_cast<std::uint64_t>(n)); }
+  double Unit() { return static_cast<double>(Draw() >> 11) * 0x1p-53; }  // 0 included, 1 not
   bool Chance(double probability) { return Unit() < probability; }
+  [[nodiscard]] bool HasBytes() const { return !bytes.empty(); }
 
  private:
+  std::uint64_t Draw() {
+    if (bytes.empty()) {
+      return engine();
+    }
+    const std::uint64_t byte = bytes.front();
+    bytes = bytes.subspan(1);
+    return byte << 56 | byte;  // both halves tell
+  }
+
   std::mt19937_64 engine;
+  std::span<const std::uint8_t> bytes;
 };
 
 [[nodiscard]] QVR_intArray ShuffledOrder(int count, TestRandom& random);
