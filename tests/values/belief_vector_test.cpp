@@ -118,18 +118,14 @@ TEST(BeliefVector, LikelihoodsAreScaledToSumToOne) {
 }
 
 TEST(BeliefVector, OutcomesCarryTheValueAlong) {
+  const QVR_intArray order{2, 0, 1};
   const struct {
     const char* name;
     std::function<int(QVR_nodeDefinition&)> change;
     int evidence;         // afterwards, of the node observed in outcome 2
     Numbers likelihoods;  // of the node with 0.1, 0.2, 0.7; empty for none
   } cases[] = {
-      {"reordered",
-       [](QVR_nodeDefinition& d) {
-         return d.ReorderOutcomes({2, 0, 1});
-       },
-       0,
-       {0.7, 0.1, 0.2}},
+      {"reordered", [&order](QVR_nodeDefinition& d) { return d.ReorderOutcomes(order); }, 0, {0.7, 0.1, 0.2}},
       {"added", [](QVR_nodeDefinition& d) { return d.AddOutcome("x"); }, -2, {}},
       {"removed", [](QVR_nodeDefinition& d) { return d.RemoveOutcome(0); }, -2, {}},
       {"other count", [](QVR_nodeDefinition& d) { return d.SetNumberOfOutcomes(4); }, -2, {}},
