@@ -30,6 +30,8 @@ class ArraysTest : public testing::Test {
     }
     return order;
   }
+  template <typename Array, typename T, typename Item>
+  void ChangeBoth(Array& array, std::vector<T>& list, Item item);
 
   std::mt19937 random{7};
 };
@@ -60,47 +62,61 @@ void InsertIntoBoth(Array& array, std::vector<T>& list, int place, Item item, bo
   }
 }
 
+std::vector<int> Contents(const QVR_intArray& array) { return {array.begin(), array.end()}; }
+std::vector<std::optional<std::string>> Contents(const QVR_stringArray& array) {
+  std::vector<std::optional<std::string>> texts(static_cast<std::size_t>(array.GetNumItems()));
+  for (int i = 0; i < array.GetNumItems(); ++i) {
+    if (array.Get(i) != nullptr) {
+      texts[static_cast<std::size_t>(i)] = array.Get(i);
+    }
+  }
+  return texts;
+}
+
+// What all arrays do.
+template <typename Array, typename T, typename Item>
+void ArraysTest::ChangeBoth(Array& array, std::vector<T>& list, Item item) {
+  const int n = static_cast<int>(list.size());
+  const int place = Random(n + 2) - 1;
+  switch (Random(n > 40 ? 7 : 5)) {
+    case 0:
+    case 1:
+      return InsertIntoBoth(array, list, place, item, place >= 0);
+    case 2:
+      return PermuteBoth(array, list, RandomOrder(n));
+    case 3: {
+      const Array moved(std::move(array));
+      ASSERT_EQ(array.Copy(moved), 0);
+      return;
+    }
+    default:
+      return DeleteFromBoth(array, list, place);
+  }
+}
+
 TEST_F(ArraysTest, NumberListsAgreeWithVectors) {
   QVR_intArray array;
   std::vector<int> list;
   for (int step = 0; step < 50000; ++step) {
-    const int n = static_cast<int>(list.size());
-    const int place = Random(n + 2) - 1;
     const int x = Random(20);
     const auto found = std::find(list.begin(), list.end(), x);
     const bool has = found != list.end();
-    switch (Random(n > 40 ? 9 : 7)) {
-      case 0:
-      case 1:
-        InsertIntoBoth(array, list, place, x, place >= 0);
-        break;
-      case 2:
-        ASSERT_EQ(array.AddUnique(x), has ? -2 : 0);
-        if (!has) {
-          list.push_back(x);
-        }
-        break;
-      case 3:
-        ASSERT_EQ(array.DeleteValue(x), has ? 0 : -2);
-        if (has) {
-          list.erase(found);
-        }
-        break;
-      case 4:
-        PermuteBoth(array, list, RandomOrder(n));
-        break;
-      case 5: {
-        QVR_intArray other{1, 2, 3};
-        array.Swap(other);  // inline against heap and back
-        ASSERT_EQ(array.GetNumItems(), 3);
-        QVR_intArray moved(std::move(other));
-        ASSERT_EQ(array.Copy(moved), 0);
-        break;
-      }
-      default:
-        DeleteFromBoth(array, list, place);
+    const int choice = Random(7);
+    if (choice == 0) {
+      ASSERT_EQ(array.AddUnique(x), has ? -2 : 0);
+      list.insert(list.end(), has ? 0 : 1, x);
+    } else if (choice == 1) {
+      ASSERT_EQ(array.DeleteValue(x), has ? 0 : -2);
+      list.erase(found, has ? found + 1 : found);
+    } else if (choice == 2) {
+      QVR_intArray other{1, 2, 3};
+      array.Swap(other);  // inline against heap and back
+      ASSERT_EQ(array.GetNumItems(), 3);
+      array.Swap(other);
+    } else {
+      ChangeBoth(array, list, x);
     }
-    ASSERT_EQ(std::vector<int>(array.begin(), array.end()), list) << "step " << step;
+    ASSERT_EQ(Contents(array), list) << "step " << step;
     ASSERT_EQ(array.Find(x) < 0, std::find(list.begin(), list.end(), x) == list.end());
   }
 }
@@ -138,40 +154,17 @@ TEST_F(ArraysTest, TextListsAgreeWithVectors) {
   std::vector<std::optional<std::string>> list;
   for (int step = 0; step < 20000; ++step) {
     const int n = static_cast<int>(list.size());
-    const int place = Random(n + 2) - 1;
-    const char* const own = n > 0 && Random(2) == 0 ? array.Get(Random(n)) : kNames[Random(13)];
-    const std::optional<std::string> text = own != nullptr ? std::optional<std::string>(own) : std::nullopt;
-    switch (Random(n > 30 ? 8 : 5)) {
-      case 0:
-      case 1:
-        InsertIntoBoth(array, list, place, own, place >= 0);
-        break;
-      case 2:
-        if (place >= 0 && place < n) {
-          ASSERT_EQ(array.SetItem(place, Random(5) == 0 ? nullptr : own), 0);
-          list[static_cast<std::size_t>(place)] =
-              array.Get(place) != nullptr ? text : std::optional<std::string>();
-        }
-        break;
-      case 3:
-        PermuteBoth(array, list, RandomOrder(n));
-        break;
-      case 4: {
-        const QVR_stringArray copy(array);
-        array.Flush();
-        ASSERT_EQ(array.Find("a"), -2);
-        ASSERT_EQ(array.Copy(copy), 0);
-        break;
-      }
-      default:
-        DeleteFromBoth(array, list, place);
+    const char* const text = n > 0 && Random(2) == 0 ? array.Get(Random(n)) : kNames[Random(13)];
+    if (n > 0 && Random(5) == 0) {
+      const int place = Random(n);
+      const char* const given = Random(5) == 0 ? nullptr : text;
+      list[static_cast<std::size_t>(place)] =
+          given != nullptr ? std::optional<std::string>(given) : std::nullopt;
+      ASSERT_EQ(array.SetItem(place, given), 0);
+    } else {
+      ChangeBoth(array, list, text);
     }
-    ASSERT_EQ(array.GetNumItems(), static_cast<int>(list.size()));
-    for (int i = 0; i < array.GetNumItems(); ++i) {
-      const std::optional<std::string>& expected = list[static_cast<std::size_t>(i)];
-      ASSERT_EQ(array.Get(i) != nullptr, expected.has_value());
-      ASSERT_EQ(expected.value_or(""), array.Get(i) != nullptr ? array.Get(i) : "");
-    }
+    ASSERT_EQ(Contents(array), list);
     const auto found = std::find(list.begin(), list.end(), "a");
     ASSERT_EQ(array.Find("a"), found == list.end() ? -2 : static_cast<int>(found - list.begin()));
   }
