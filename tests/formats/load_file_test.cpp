@@ -115,17 +115,21 @@ TEST_F(LoadFile, AnUnknownFormatLeavesTheNetworkAlone) {
 TEST_F(LoadFile, AFileThatCannotBeOpenedLeavesTheNetworkEmpty) {
   ASSERT_EQ(Load(Write("a.xqvr", kComplete)), 0);
   EXPECT_EQ(Load("/no/such/file", 8), QVR_FILE_IO_FAILED);
+  EXPECT_EQ(GetErrorLog().GetCode(0), QVR_FILE_IO_FAILED);
   EXPECT_EQ(LogGuard::Messages(),
             Strings{"Error at 0, 0 while loading /no/such/file: Can't open file /no/such/file"});
   EXPECT_EQ(network.GetNumberOfNodes(), 0);
   EXPECT_EQ(network.GetTargetCount(), 0);
 }
 
-TEST_F(LoadFile, InconsistentTablesAreLoadedAndNoted) {
-  EXPECT_EQ(Load(Write("a.xqvr", std::string(kHead) +
-                                     "<nodes><cpt id='a'><state id='n'/><state id='y'/>"
-                                     "<probabilities>.5 .6</probabilities></cpt></nodes></orbel>")),
-            0);
+TEST_F(LoadFile, InconsistentTablesAndUnknownContentAreNoted) {
+  const std::string path =
+      Write("a b.xqvr", std::string(kHead) +
+                            "<nodes><cpt id='a' new=''><state id='n'/><state id='y'/>"
+                            "<probabilities>.5 .6</probabilities></cpt></nodes></orbel>");
+  EXPECT_EQ(Load(path), 0);
+  EXPECT_EQ(LogGuard::Messages(QVR_FILE_ERROR_100)[0],
+            "Warning: Ignored unknown attribute 'new' in 'cpt' at 2, 35 while loading " + path);
   EXPECT_FALSE(network.IsConsistent());
   EXPECT_EQ(LogGuard::Messages(QVR_INCONSISTENT),
             Strings{"ERROR: Node [a] is not consistent. Inference may not be correct"});

@@ -109,13 +109,14 @@ TEST(XmlNetLoader, TakesSettingsAndPropertiesOrTheirDefaults) {
            "rejectoutliers='true'>"
            "<algparams><epis proplen='2' numstates1='1' numstates2='3' numstates3='4' eps1='.5' eps2='.25' "
            "eps3='.125' eps4='7'/></algparams>"
-           "<properties><property id='p'>a\\nb &#233;</property><property id='q'/></properties></orbel>",
+           "<properties><property id='p'>a\\nb\\\\n \\x\\\" &#233;\\</property><property "
+           "id='q'/></properties></orbel>",
            network));
   // A network's bad identifier is no reason to stop.
   EXPECT_EQ(LogGuard::Messages(), Strings{"Illegal identifier"});
   EXPECT_EQ(Settings(network), (Doubles{.5, .25, .125, 7, 5, -6, 1, 0, 2, 1, 3, 4}));
   ASSERT_EQ(network.userProperties.GetCount(), 2);
-  EXPECT_STREQ(network.userProperties.GetValue(0), "a\nb \xE9");
+  EXPECT_STREQ(network.userProperties.GetValue(0), "a\nb\\n x\" \xE9\\");
   EXPECT_STREQ(network.userProperties.GetValue(1), "");
 
   for (const std::string accepted : {"1.0", "1", "", "new", "1.0beta", "0.9"}) {

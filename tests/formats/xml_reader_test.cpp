@@ -10,7 +10,6 @@
 
 #include "formats/latin1.h"
 #include "formats/xml_error_handler.h"
-#include "formats/xml_version.h"
 #include "model/status.h"
 #include "support/log_guard.h"
 
@@ -148,25 +147,6 @@ TEST(XmlReader, ChecksDocumentsAgainstBindings) {
   }
 }
 
-TEST(XmlReader, ErrorsAndWarningsHaveTheirCodesAndFile) {
-  const LogGuard guard;
-  const std::string name = "a b.xml";
-  Schema schema(kXmlLax);
-  schema.errors.SetFileName(&name);
-  EXPECT_TRUE(schema.Parse("<doc a=''/>"));
-  schema.errors.ReportUnknownContent();
-  EXPECT_EQ(LogGuard::Messages(QVR_FILE_ERROR_100),
-            (Strings{"Warning: Ignored unknown attribute 'a' in 'doc' at 1, 0 while loading a b.xml",
-                     "XML contains unknown elements and/or attributes. " + UpgradeNotice()}));
-  schema.errors.SetFileName(&name);
-  GetErrorLog().Clear();
-  schema.errors.ReportUnknownContent();
-  EXPECT_FALSE(schema.reader.ParseFile("/no/such/file", schema.doc, &schema.errors));
-  EXPECT_EQ(LogGuard::Messages(),
-            Strings{"Error at 0, 0 while loading a b.xml: Can't open file /no/such/file"});
-  EXPECT_EQ(GetErrorLog().GetCode(0), QVR_FILE_IO_FAILED);
-}
-
 TEST(XmlReader, WithoutErrorHandlerFailsSilently) {
   const LogGuard guard;
   Schema schema(kXmlInherit);
@@ -266,25 +246,6 @@ TEST(XmlReader, ReadsAttributes) {
     EXPECT_EQ(ok, result != "refused");
     EXPECT_EQ(LogGuard::Messages(),
               ok ? Strings{} : Strings{std::string("Error at 1, 5: ") + messages.at(c.kind)});
-  }
-}
-
-TEST(XmlReader, UndoesEscapesInText) {
-  const LogGuard guard;
-  struct {
-    const char* raw;
-    const char* text;
-  } const cases[] = {{"a\\nb\\tc", "a\nb\tc"}, {"\\\\n \\x\\\"", "\\n x\""}, {"end\\", "end\\"}, {"", ""}};
-  for (const auto& c : cases) {
-    Schema schema(kXmlInherit);
-    std::string text;
-    RecordingHandler handler(schema.events, "inner");
-    XmlBinding inner(&handler, "inner", kXmlInherit);
-    schema.once.AddChild(inner, 0);
-    // At the start of a child the text is that of the enclosing element.
-    handler.onStart = [&](IXmlReader& reader) { reader.GetText(text); };
-    ASSERT_TRUE(schema.Parse(std::string("<doc><once>") + c.raw + "<inner/></once></doc>"));
-    EXPECT_EQ(text, c.text);
   }
 }
 

@@ -199,12 +199,5 @@ TEST(Triangulation, RefusesBeyondItsLimits) {
   }
 }
 
-TEST(Triangulation, ChainGivesOneCliqueLessThanNodes) {
-  constexpr int kNodes = 100000;
-  EliminationCliques cliques;
-  ASSERT_TRUE(Triangulate(MakeBinaryShape(ChainParents(kNodes)), kDefaultSizeLimit, cliques));
-  EXPECT_EQ(cliques.Count(), kNodes - 1);
-}
-
 }  // namespace
 }  // namespace qvr
