@@ -170,6 +170,20 @@ TEST_F(ArraysTest, TextListsAgreeWithVectors) {
   }
 }
 
+TEST_F(ArraysTest, TextsBehindTheListAreNotLost) {
+  QVR_stringArray array;
+  array.SetSize(4);
+  array.SetItem(2, "spare");
+  array.Add("first");
+  EXPECT_STREQ(array.Get(2), "spare");
+  EXPECT_EQ(array.Delete(2), 0);  // the spare text, and the list's last item
+  EXPECT_EQ(array.Get(2), nullptr);
+  EXPECT_EQ(array.GetNumItems(), 0);
+  EXPECT_EQ(array.Get(0), nullptr);
+  EXPECT_EQ(array.Get(4), nullptr);
+  EXPECT_EQ(array.SetItem(4, "x"), -2);
+}
+
 // What the identifier array answers, worked out by scanning.
 struct NaiveIds {
   std::vector<std::string> list;
