@@ -58,10 +58,6 @@ std::map<int, Family> ReadFamilies(QVR_network& network) {
   return families;
 }
 
-bool Holds(const std::vector<Label>& labels, const Label& label) {
-  return std::find(labels.begin(), labels.end(), label) != labels.end();
-}
-
 // What an edit must leave in a cell, if all rows summed to 1 before. A new parent changes nothing, a lost one
 // leaves its first outcome's rows, a new outcome has probability 0, and a parent's new outcome uniform rows.
 double ExpectedCell(const std::map<int, Family>& before, const Family& after, int handle, Cell cell) {
@@ -75,7 +71,7 @@ double ExpectedCell(const std::map<int, Family>& before, const Family& after, in
     return label.first != handle && std::count(old.parents.begin(), old.parents.end(), label.first) == 0;
   });
   for (const Label& label : cell) {
-    if (label.first == handle && !Holds(old.outcomes, label)) {
+    if (label.first == handle && std::count(old.outcomes.begin(), old.outcomes.end(), label) == 0) {
       return 0;
     }
   }

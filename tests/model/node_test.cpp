@@ -77,11 +77,15 @@ TEST_F(ChangeTypeTest, UntrackedChangesLeaveTheValidBits) {
   EXPECT_EQ(ValidNodes(), (std::vector<int>{0, 1, 3}));
 }
 
-TEST(NodeInfo, SubmodelsAndCopies) {
+TEST(NodeInfo, DefaultsSubmodelsAndCopies) {
   const LogGuard log;
   QVR_network network;
   QVR_submodelHandler& submodels = network.GetSubmodels();
+  submodels.nodeDefaults.color = 5;
   QVR_node& node = *network.NodeAt(network.AddNode(kTypeCpt, "first"));
+  EXPECT_EQ(node.info->screen.color, 5);
+  node.info->header.SetComment(nullptr);
+  EXPECT_EQ(node.info->header.GetComment(), "");
   EXPECT_EQ(node.SetSubmodel("nowhere"), -30);
   EXPECT_EQ(LogGuard::Messages(-30), std::vector<std::string>{"Unknown submodel"});
   EXPECT_EQ(node.SetSubmodel(nullptr), -2);
