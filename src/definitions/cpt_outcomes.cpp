@@ -2,32 +2,10 @@
 #include <algorithm>
 
 #include "definitions/cpt.h"
+#include "definitions/outcome_names.h"
 #include "model/network.h"
 
 namespace qvr {
-
-namespace {
-
-// An array of texts is used as a list or, without items, as a vector.
-int NameCount(const QVR_stringArray& names) {
-  return names.GetNumItems() > 0 ? names.GetNumItems() : names.GetSize();
-}
-
-// The names as a list; another identifier array also says whether empty ones are allowed.
-int TakeNames(QVR_idArray& target, const QVR_stringArray& names) {
-  if (const auto* ids = dynamic_cast<const QVR_idArray*>(&names)) {
-    target.SetAllowEmpty(ids->AllowsEmpty());
-  }
-  QVR_stringArray list;
-  for (int i = 0; i < NameCount(names); ++i) {
-    if (int status = list.Add(names.Get(i)); status < 0) {
-      return status;
-    }
-  }
-  return target.Copy(list);
-}
-
-}  // namespace
 
 int QVR_cpt::AddOutcome(const char* name) {
   return IsReady() ? InsertOutcomeAt(numOutcomes, name) : QVR_OBJECT_NOT_READY;
@@ -56,10 +34,8 @@ int QVR_cpt::InsertOutcomeAt(int position, const char* name) {
     return status;
   }
   grown.ShiftItemsUp(last, position, 0.0);
-  if (outcomeNames.Insert(position, name) < 0) {
-    if (int status = outcomeNames.InsertUniqueId("State", numOutcomes, position); status < 0) {
-      return status;
-    }
+  if (int status = InsertName(outcomeNames, position, name, "State"); status < 0) {
+    return status;
   }
   RetractEvidence();  // may start an update, which still finds the old table
   table.Swap(grown);
@@ -71,7 +47,7 @@ int QVR_cpt::RemoveOutcome(int position) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  if (numOutcomes < 3 || position < 0 || position >= numOutcomes) {
+  if (numOutcomes <= kLeastOutcomes || position < 0 || position >= numOutcomes) {
     return QVR_OUT_OF_RANGE;
   }
   const int last = table.GetNumDimensions() - 1;
@@ -102,13 +78,8 @@ int QVR_cpt::RenameOutcomes(const QVR_stringArray& names) {
   if (!IsReady() || !names.IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  if (NameCount(names) < numOutcomes) {
-    return QVR_OUT_OF_RANGE;
-  }
-  const QVR_stringArray given(names);  // they may be the definition's own
-  outcomeNames.Flush();
-  for (int i = 0; i < numOutcomes; ++i) {
-    outcomeNames.AddUniqueId(given.Get(i), -1);
+  if (int status = RenameAll(outcomeNames, names); status < 0) {
+    return status;
   }
   CheckReady(0);
   return QVR_OKAY;
@@ -165,17 +136,15 @@ int QVR_cpt::SetNumberOfOutcomes(int count) {
     return status;
   }
   QVR_idArray newNames;
-  for (int i = 0; i < count; ++i) {
-    if (int status = newNames.AddUniqueId("State", i); status < 0) {
-      return status;
-    }
+  if (int status = FillUpNames(newNames, "State", count); status < 0) {
+    return status;
   }
   return ReplaceOutcomes(newNames);
 }
 
 int QVR_cpt::ReplaceOutcomes(const QVR_idArray& names) {
   const int oldCount = numOutcomes;
-  if (std::max(2, names.GetNumItems()) != oldCount) {
+  if (std::max(kLeastOutcomes, names.GetNumItems()) != oldCount) {
     RetractEvidence();
   }
   CleanUp(1);

@@ -20,24 +20,6 @@ double RowDistance(const QVR_Dmatrix& table, int first, int second, int length) 
   return sum;
 }
 
-// Whether, for any combination of the other parents, a row of the dimension is further than the bound from
-// its first. A distance that is no number counts as far.
-bool RowsDiffer(const QVR_Dmatrix& table, int dimension, double bound) {
-  const int length = table.GetDimension(table.GetNumDimensions() - 1);
-  const int stride = table.GetStride(dimension);
-  const int block = stride * table.GetDimension(dimension);
-  for (int start = 0; start < table.GetNumElements(); start += block) {
-    for (int first = start; first < start + stride; first += length) {
-      for (int other = first + stride; other < start + block; other += stride) {
-        if (!(RowDistance(table, first, other, length) <= bound)) {
-          return true;
-        }
-      }
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 void QVR_nodeDefinition::CleanUp(int /*deep*/) { SetReady(true); }
@@ -113,6 +95,23 @@ int QVR_nodeDefinition::DropUnsupportedParents() {
   return QVR_OKAY;
 }
 
+bool QVR_nodeDefinition::AnyRowDiffers(const QVR_Dmatrix& table, int dimension,
+                                       const std::function<bool(int, int)>& differ) {
+  const int length = table.GetDimension(table.GetNumDimensions() - 1);
+  const int stride = table.GetStride(dimension);
+  const int block = stride * table.GetDimension(dimension);
+  for (int start = 0; start < table.GetNumElements(); start += block) {
+    for (int first = start; first < start + stride; first += length) {
+      for (int other = first + stride; other < start + block; other += stride) {
+        if (differ(first, other)) {
+          return true;
+        }
+      }
+    }
+  }
+  return false;
+}
+
 int QVR_nodeDefinition::CheckParentInfluence(int parentIndex, double epsilon, int& isRelevant) {
   QVR_Dmatrix* table = nullptr;
   if (GetMatrix(table) < 0 || table == nullptr) {
@@ -122,7 +121,11 @@ int QVR_nodeDefinition::CheckParentInfluence(int parentIndex, double epsilon, in
   if (parentIndex < 0 || parentIndex >= table->GetNumDimensions() - 1) {
     return QVR_OUT_OF_RANGE;
   }
-  isRelevant = RowsDiffer(*table, parentIndex, epsilon * epsilon) ? 1 : 0;
+  const int length = table->GetDimension(table->GetNumDimensions() - 1);
+  const auto isFar = [&](int first, int other) {  // a distance that is no number counts as far
+    return !(RowDistance(*table, first, other, length) <= epsilon * epsilon);
+  };
+  isRelevant = AnyRowDiffers(*table, parentIndex, isFar) ? 1 : 0;
   return QVR_OKAY;
 }
 

@@ -145,6 +145,10 @@ class QVR_nodeDefinition : public QVR_object {
   [[nodiscard]] int TestOutcomeGrowth() const;
   // -42 if the table would grow too large with this size of the dimension.
   [[nodiscard]] static int TestTableGrowth(const QVR_Dmatrix& table, int dimension, std::int64_t newSize);
+  // Whether, for any combination of the other parents, some row of the dimension differs from its first.
+  // `differ` gets the places of the two rows' first cells.
+  [[nodiscard]] static bool AnyRowDiffers(const QVR_Dmatrix& table, int dimension,
+                                          const std::function<bool(int, int)>& differ);
   // Every child, also after a failure, whose code comes back: a child that can't follow is rebuilt, since a
   // table of the old shape would be read past its end.
   int TellChildren(const std::function<int(QVR_nodeDefinition&)>& follow);
