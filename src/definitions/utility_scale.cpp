@@ -1,0 +1,41 @@
+#include "definitions/utility_scale.h"
+
+#include <algorithm>
+
+#include "model/special_numbers.h"
+
+namespace qvr {
+
+UtilityRange RangeOf(std::span<const double> cells) {
+  if (cells.empty()) {
+    return {0, 0};
+  }
+  UtilityRange range = {cells[0], cells[0]};
+  for (double cell : cells) {
+    range.minimum = cell < range.minimum ? cell : range.minimum;
+    range.maximum = cell > range.maximum ? cell : range.maximum;
+  }
+  return range;
+}
+
+bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, double toLow, double toHigh) {
+  const UtilityRange held = RangeOf(cells);
+  const bool takesHeld = fromLow == fromHigh;
+  const double low = takesHeld || held.minimum < fromLow ? held.minimum : fromLow;
+  const double high = takesHeld || held.maximum > fromHigh ? held.maximum : fromHigh;
+  if (low == high || toLow == toHigh) {
+    std::fill(cells.begin(), cells.end(), toHigh);
+    return true;
+  }
+  if (low == toLow && high == toHigh) {
+    return false;
+  }
+  for (double& cell : cells) {
+    if (!IsUndefined(cell)) {
+      cell = (cell - low) * (toHigh - toLow) / (high - low) + toLow;
+    }
+  }
+  return true;
+}
+
+}  // namespace qvr
