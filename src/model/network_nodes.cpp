@@ -198,7 +198,7 @@ void QVR_network::ReinitializeIndexedValues(int handle) {
   for (QVR_nodeEntry& entry : nodes) {
     QVR_nodeValue* value = entry.node ? entry.node->value.get() : nullptr;
     if (value != nullptr && value->GetIndexingParents().Contains(handle) != 0) {
-      value->Reinitialize();
+      value->DropIndexingParents();
     }
   }
 }

@@ -37,11 +37,6 @@ void ScaleToSumOne(std::vector<double>& numbers) {
   }
 }
 
-bool HasLastDimension(const QVR_Dmatrix* matrix, int size) {
-  return matrix != nullptr && matrix->GetNumDimensions() > 0 &&
-         matrix->GetDimension(matrix->GetNumDimensions() - 1) == size;
-}
-
 }  // namespace
 
 QVR_beliefVector::QVR_beliefVector(QVR_network* newNetwork, int newHandle)
@@ -91,7 +86,7 @@ int QVR_beliefVector::AdoptValue(QVR_nodeValue& other) {
     return status;
   }
   ClearFlags(kValueAnyEvidence | kValueVirtualEvidence);
-  const bool fits = HasLastDimension(other.GetMatrix(), OutcomeCount());
+  const bool fits = FitsOutcomes(other);
   auto* beliefs = dynamic_cast<QVR_beliefVector*>(&other);
   if (fits && beliefs != nullptr) {
     AdoptBeliefs(*beliefs);
@@ -119,14 +114,6 @@ void QVR_beliefVector::AdoptBeliefs(QVR_beliefVector& other) {
     }
   } else if (other.GetVirtualEvidence(likelihoods) >= 0) {
     SetVirtualEvidence(likelihoods);
-  }
-}
-
-void QVR_beliefVector::AdoptEvidence(QVR_nodeValue& other) {
-  if (other.HasRealEvidence()) {
-    SetEvidence(other.GetEvidence());
-  } else if (other.HasEvidence()) {
-    SetPropagatedEvidence(other.GetEvidence());
   }
 }
 

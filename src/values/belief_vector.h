@@ -36,8 +36,6 @@ class QVR_beliefVector : public QVR_nodeValue {
   void StoreLikelihoods(std::vector<double> likelihoods);
   // Another belief vector's table, evidence and likelihoods, as far as they fit the outcomes.
   void AdoptBeliefs(QVR_beliefVector& other);
-  // The outcome that another class's value holds as evidence.
-  void AdoptEvidence(QVR_nodeValue& other);
 
   QVR_Dmatrix table;  // the indexing parents' outcome counts, then the node's own
   int evidence = 0;   // the outcome, while valueFlags has a bit of kValueAnyEvidence

@@ -3,9 +3,16 @@
 #include <new>
 
 #include "definitions/cpt.h"
+#include "definitions/list.h"
+#include "definitions/mau.h"
+#include "definitions/truth_table.h"
+#include "definitions/utility_table.h"
 #include "model/network.h"
 #include "model/node.h"
 #include "values/belief_vector.h"
+#include "values/expected_utility.h"
+#include "values/list_of_decisions.h"
+#include "values/mau_expected_utility.h"
 
 namespace qvr {
 
@@ -28,25 +35,39 @@ struct ValueClass {
   ValuePointer (*copy)(const QVR_nodeValue&);
 };
 
+template <typename Class, typename Base>
+std::unique_ptr<Base> Make(QVR_network* network, int handle) {
+  return std::make_unique<Class>(network, handle);
+}
+
+template <typename Class, typename Base>
+std::unique_ptr<Base> Clone(const Base& other) {
+  return std::make_unique<Class>(static_cast<const Class&>(other));
+}
+
+template <typename Class>
+constexpr DefinitionClass DefinitionRow(int type, int valueType) {
+  return {type, &Make<Class, QVR_nodeDefinition>, &Clone<Class, QVR_nodeDefinition>, valueType};
+}
+
+template <typename Class>
+constexpr ValueClass ValueRow(int type) {
+  return {type, &Make<Class, QVR_nodeValue>, &Clone<Class, QVR_nodeValue>};
+}
+
 constexpr DefinitionClass kDefinitionClasses[] = {
-    {kTypeCpt,
-     [](QVR_network* network, int handle) -> DefinitionPointer {
-       return std::make_unique<QVR_cpt>(network, handle);
-     },
-     [](const QVR_nodeDefinition& other) -> DefinitionPointer {
-       return std::make_unique<QVR_cpt>(static_cast<const QVR_cpt&>(other));
-     },
-     kValueBeliefVector},
+    DefinitionRow<QVR_table>(kTypeTable, kValueExpectedUtility),
+    DefinitionRow<QVR_list>(kTypeList, kValueListOfDecisions),
+    DefinitionRow<QVR_cpt>(kTypeCpt, kValueBeliefVector),
+    DefinitionRow<QVR_truthTable>(kTypeTruthTable, kValueBeliefVector),
+    DefinitionRow<QVR_mau>(kTypeMau, kValueMauExpectedUtility),
 };
 
 constexpr ValueClass kValueClasses[] = {
-    {kValueBeliefVector,
-     [](QVR_network* network, int handle) -> ValuePointer {
-       return std::make_unique<QVR_beliefVector>(network, handle);
-     },
-     [](const QVR_nodeValue& other) -> ValuePointer {
-       return std::make_unique<QVR_beliefVector>(static_cast<const QVR_beliefVector&>(other));
-     }},
+    ValueRow<QVR_beliefVector>(kValueBeliefVector),
+    ValueRow<QVR_expectedUtility>(kValueExpectedUtility),
+    ValueRow<QVR_listOfDecisions>(kValueListOfDecisions),
+    ValueRow<QVR_mauExpectedUtility>(kValueMauExpectedUtility),
 };
 
 const DefinitionClass* FindDefinitionClass(int type) {

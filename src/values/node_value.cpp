@@ -60,6 +60,20 @@ int QVR_nodeValue::OutcomeCount() const {
   return node != nullptr ? std::max(0, node->GetNumberOfOutcomes()) : 0;
 }
 
+bool QVR_nodeValue::FitsOutcomes(QVR_nodeValue& other) const {
+  const QVR_Dmatrix* matrix = other.GetMatrix();
+  return matrix != nullptr && matrix->GetNumDimensions() > 0 &&
+         matrix->GetDimension(matrix->GetNumDimensions() - 1) == OutcomeCount();
+}
+
+void QVR_nodeValue::AdoptEvidence(const QVR_nodeValue& other) {
+  if (other.HasRealEvidence()) {
+    SetEvidence(other.GetEvidence());
+  } else if (other.HasEvidence()) {
+    SetPropagatedEvidence(other.GetEvidence());
+  }
+}
+
 QVR_Dmatrix* QVR_nodeValue::GetMatrix() {
   QVR_Dmatrix* matrix = nullptr;
   return GetValueMatrix(matrix) < 0 ? nullptr : matrix;

@@ -66,6 +66,8 @@ class QVR_nodeValue : public QVR_object {
   // The node's outcomes were permuted: new outcome i is the old order[i]. Evidence stays on the outcome
   // that it named. The base does nothing.
   virtual int ReorderOutcomes(const QVR_intArray& order);
+  // The indexing parents have lost their meaning: a fresh table without them. Only decisions keep evidence.
+  virtual int DropIndexingParents() { return Reinitialize(); }
 
   void SetValueValid() { RaiseFlags(kValueValid); }
   void SetValueInvalid() { ClearFlags(kValueValid); }
@@ -88,6 +90,10 @@ class QVR_nodeValue : public QVR_object {
   void RaiseFlags(int bits);
   void ClearFlags(int bits) { valueFlags &= ~bits; }
   [[nodiscard]] int OutcomeCount() const;  // the definition's; 0 where it has none
+  // Whether the value of another class or node has a cell for each outcome, in its last dimension.
+  [[nodiscard]] bool FitsOutcomes(QVR_nodeValue& other) const;
+  // Enters the outcome that another class's value holds as evidence, as evidence of the same kind.
+  void AdoptEvidence(const QVR_nodeValue& other);
 
   QVR_network* network;          // not owned
   int handle;                    // -1 when there's none

@@ -1,0 +1,143 @@
+#include "values/list_of_decisions.h"
+
+#include <algorithm>
+#include <array>
+
+#include "model/network.h"
+
+namespace qvr {
+
+QVR_listOfDecisions::QVR_listOfDecisions(QVR_network* newNetwork, int newHandle)
+    : QVR_nodeValue(newNetwork, newHandle) {
+  QVR_listOfDecisions::Reinitialize();
+}
+
+void QVR_listOfDecisions::CleanUp(int deep) {
+  QVR_nodeValue::CleanUp(deep);
+  if (deep != 0) {
+    table.CleanUp();
+  }
+  evidence = 0;
+}
+
+int QVR_listOfDecisions::Reinitialize() {
+  QVR_listOfDecisions::CleanUp(1);
+  const int count = OutcomeCount();
+  const int status = count > 0 ? table.SetDimensions(std::array{count}) : QVR_OKAY;
+  CheckReady(1);
+  return status;
+}
+
+int QVR_listOfDecisions::DropIndexingParents() {
+  const int chosen = evidence;
+  const int kind = GetFlags() & kValueAnyEvidence;
+  const int status = Reinitialize();
+  if (kind != 0 && SetValueToEvidence(chosen) >= 0) {
+    RaiseFlags(kind);
+  }
+  return status;
+}
+
+int QVR_listOfDecisions::Assign(QVR_nodeValue& other) { return AdoptValue(other); }
+
+int QVR_listOfDecisions::AdoptValue(QVR_nodeValue& other) {
+  if (&other == this) {
+    return QVR_OKAY;
+  }
+  if (int status = QVR_nodeValue::Assign(other); status < 0) {
+    return status;
+  }
+  const int kind = other.GetFlags() & kValueAnyEvidence;
+  ClearFlags(kValueAnyEvidence | kValueVirtualEvidence);
+  const bool fits = FitsOutcomes(other);
+  if (fits && other.GetValueType() == GetValueType() && table.Copy(*other.GetMatrix()) >= 0) {
+    if (kind != 0 && SetValueToEvidence(other.GetEvidence()) >= 0) {
+      RaiseFlags(kind);
+    }
+  } else {
+    Reinitialize();
+    if (fits && other.GetValueType() == kValueBeliefVector) {
+      AdoptEvidence(other);
+    }
+  }
+  CheckReady(1);
+  CheckConsistency(1);
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::GetEvidence() const { return HasEvidence() ? evidence : QVR_OUT_OF_RANGE; }
+
+int QVR_listOfDecisions::SetEvidence(int outcome) {
+  if (HasRealEvidence()) {
+    ClearEvidence();
+  }
+  if (HasEvidence() && evidence != outcome) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (SetValueToEvidence(outcome) < 0) {
+    return QVR_OKAY;
+  }
+  ClearFlags(kValuePropagatedEvidence);
+  RaiseFlags(kValueEvidence);
+  const int status = network->EvidenceSet(handle);
+  if (status < 0) {
+    ClearEvidence();
+  }
+  return status;
+}
+
+int QVR_listOfDecisions::SetValueToEvidence(int outcome) {
+  if (outcome < 0 || outcome >= OutcomeCount()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  RaiseFlags(kValueValid);
+  evidence = outcome;
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::ClearEvidence() {
+  if (!HasRealEvidence()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  ClearFlags(kValueEvidence | kValueValid);
+  network->EvidenceRetracted(handle);
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::ClearPropagatedEvidence() {
+  if ((GetFlags() & kValuePropagatedEvidence) == 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  ClearFlags(kValuePropagatedEvidence | kValueValid);
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::SetPropagatedEvidence(int outcome) {
+  if (HasEvidence()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (SetValueToEvidence(outcome) >= 0) {
+    RaiseFlags(kValuePropagatedEvidence);
+  }
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::GetValueMatrix(QVR_Dmatrix*& out) {
+  out = &table;
+  return QVR_OKAY;
+}
+
+int QVR_listOfDecisions::SetValueMatrix(const QVR_Dmatrix& matrix) { return table.Copy(matrix); }
+
+int QVR_listOfDecisions::ReorderOutcomes(const QVR_intArray& order) {
+  if (int status = table.PermuteItems(table.GetNumDimensions() - 1, order); status < 0) {
+    return status;
+  }
+  if (HasEvidence()) {
+    const std::span<const int> places = order.View();
+    evidence = static_cast<int>(std::find(places.begin(), places.end(), evidence) - places.begin());
+  }
+  return QVR_OKAY;
+}
+
+}  // namespace qvr
