@@ -2,6 +2,7 @@
 #ifndef QVR_FORMATS_XML_NET_LOADER_H
 #define QVR_FORMATS_XML_NET_LOADER_H
 
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_set>
@@ -35,6 +36,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
  private:
   using Binding = XmlHandler<XmlNetLoader>;
   using Callbacks = XmlCallbacks<XmlNetLoader>;
+  using DefinitionSetter = Callbacks::Member;  // what an element's definition does at the end; may be null
   class NodeBinding;
   friend class XmlHandler<XmlNetLoader>;
   struct NodeAttributes;
@@ -47,6 +49,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddAlgorithmParameters();
   void AddProperties();
   void AddNodes();
+  void AddDecisionNodes(Binding& nodes);  // xml_net_loader_decisions.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 
@@ -64,8 +67,10 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   bool ReadWordAttributes(NodeAttributes& out);
   bool CreateNode(int definitionType, const NodeAttributes& attributes);
   void ResetScratch();
-  void EndNode(bool hasStates, void (XmlNetLoader::*applyDefinition)(IXmlReader&));
-  bool RefuseOversizedTable();
+  void EndNode(bool hasStates, DefinitionSetter applyDefinition);
+  struct TableDemand;
+  [[nodiscard]] TableDemand MeasureTable(DefinitionSetter applyDefinition) const;
+  bool RefuseOversizedTable(DefinitionSetter applyDefinition);
   void AddArcs();
   bool SetOutcomes();
   void SetDiagnosticAttributes();
@@ -78,7 +83,20 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void EndDoubles(IXmlReader& reader);
   void EndCpt(IXmlReader& reader);
   [[nodiscard]] long long CountParentConfigurations() const;
+  [[nodiscard]] long long CountParentsWithoutOutcomes() const;
   [[nodiscard]] QVR_node& CurrentNode() const;
+
+  // --- decisions, utilities and what parents determine: xml_net_loader_decisions.cpp
+  void StartDoubles(IXmlReader& reader);
+  void TakeResultingState(IXmlReader& reader);
+  void EndExpression(IXmlReader& reader);
+  void EndDeterministic(IXmlReader& reader);
+  bool ResolveResultingStates();
+  void EndUtility(IXmlReader& reader);
+  void EndMau(IXmlReader& reader);
+  void EndMaux(IXmlReader& reader);
+  [[nodiscard]] std::string WrongStateCount(long long expected) const;
+  [[nodiscard]] std::string WrongExpressionCount(long long expected) const;
 
   QVR_network& network;
   int currentNode = -1;  // the handle of the node that is or was last open
@@ -94,8 +112,11 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   std::vector<int> parents;
   std::vector<int> parentMarks;  // by handle: the mark of the last element that named it as a parent
   int parentMark = 0;
-  std::vector<double> doubles;  // the open list of numbers
-  QVR_doubleArray values;       // the finished one
+  std::vector<double> doubles;                     // the open list of numbers
+  QVR_doubleArray values;                          // the finished one
+  std::map<std::string, int> resultingStateIndex;  // by name: its place in the order of first occurrence
+  std::vector<int> resultingStates;                // such places
+  std::vector<std::string> expressions;            // that parse
 
   Binding* rootBinding = nullptr;
   Binding* parentsBinding = nullptr;

@@ -117,10 +117,13 @@ void XmlNetLoader::ResetScratch() {
   ++parentMark;
   doubles.clear();
   values.CleanUp();
+  resultingStateIndex.clear();
+  resultingStates.clear();
+  expressions.clear();
 }
 
-void XmlNetLoader::EndNode(bool hasStates, void (XmlNetLoader::*applyDefinition)(IXmlReader&)) {
-  if (RefuseOversizedTable()) {
+void XmlNetLoader::EndNode(bool hasStates, DefinitionSetter applyDefinition) {
+  if (RefuseOversizedTable(applyDefinition)) {
     return;
   }
   AddArcs();
@@ -136,20 +139,56 @@ void XmlNetLoader::EndNode(bool hasStates, void (XmlNetLoader::*applyDefinition)
   values.CleanUp();
 }
 
+// What a node's table takes by what the file says of it.
+struct XmlNetLoader::TableDemand {
+  long long firstColumns;     // cells of a row while the arcs are added
+  long long columns;          // and in the end
+  long long filled;           // cells that the file has numbers for
+  std::string tooFewNumbers;  // the message that such a table would end with
+};
+
+XmlNetLoader::TableDemand XmlNetLoader::MeasureTable(DefinitionSetter applyDefinition) const {
+  const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
+  const long long configurations = CountParentConfigurations();
+  switch (definition->GetType()) {
+    case kTypeCpt:
+      return {2, states, values.GetSize(), "SetProbabilities failed"};
+    case kTypeTruthTable:
+      return {2, states, static_cast<long long>(resultingStates.size()) * states,
+              WrongStateCount(configurations)};
+    case kTypeTable:
+      return {1, 1, values.GetSize(), "SetUtilities failed"};
+    case kTypeMau: {
+      const long long weights = std::max(CountParentsWithoutOutcomes(), 1LL);
+      if (applyDefinition == &XmlNetLoader::EndMau) {
+        return {weights, weights, values.GetSize(), "SetWeights failed"};
+      }
+      return {weights, weights, static_cast<long long>(expressions.size()) * weights,
+              WrongExpressionCount(configurations)};
+    }
+    default:
+      return {};  // has no table
+  }
+}
+
 // A few words can ask for a table of gigabytes. One that can't be built, or that the file's numbers don't
 // fill, is refused before its memory is touched, by the message that building it would end with.
-bool XmlNetLoader::RefuseOversizedTable() {
+bool XmlNetLoader::RefuseOversizedTable(DefinitionSetter applyDefinition) {
+  const TableDemand demand = MeasureTable(applyDefinition);
   const long long configurations = CountParentConfigurations();
-  const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
-  const long long filled = std::max(kMaxReserved, static_cast<long long>(values.GetSize()));
-  if (configurations * 2 > QVR_Dmatrix::kMaxElements) {
+  if (configurations * demand.firstColumns > QVR_Dmatrix::kMaxElements) {
     Abort("AddArc failed");
-  } else if (configurations * states > QVR_Dmatrix::kMaxElements) {
+  } else if (configurations * demand.columns > QVR_Dmatrix::kMaxElements) {
     Abort("SetNumberOfOutcomes failed");
-  } else if (configurations * states > filled) {
-    Abort("SetProbabilities failed");
+  } else if (configurations * demand.columns > std::max(kMaxReserved, demand.filled)) {
+    Abort(demand.tooFewNumbers);
   }
   return IsAborted();
+}
+
+long long XmlNetLoader::CountParentsWithoutOutcomes() const {
+  return std::count_if(parents.begin(), parents.end(),
+                       [this](int parent) { return network.NodeAt(parent)->GetNumberOfOutcomes() < 0; });
 }
 
 // Saturates above the largest table that a matrix can hold.

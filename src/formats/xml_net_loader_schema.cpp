@@ -88,6 +88,7 @@ void XmlNetLoader::AddNodes() {
 
   Binding& nodes = NewBinding("nodes", {});
   nodes.AddChild(cpt, kXmlRepeated);
+  AddDecisionNodes(nodes);
   rootBinding->AddChild(nodes, 0);
 }
 

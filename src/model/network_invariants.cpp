@@ -40,6 +40,46 @@ std::vector<int> DimensionsOf(const QVR_network& network, const QVR_intArray& li
   return sizes;
 }
 
+// One that found no memory is empty until it's rebuilt.
+bool HasTableOfShape(QVR_nodeDefinition& definition, std::vector<int> sizes, int last) {
+  sizes.push_back(last);
+  QVR_Dmatrix* table = nullptr;
+  return definition.GetMatrix(table) == QVR_OKAY &&
+         (table->GetNumElements() == 0 || table->HasShape(sizes));
+}
+
+// Weights for each combination of the decisions' outcomes, one for each other parent.
+bool HasWeightsOfShape(const QVR_network& network, const QVR_nodeDefinition& definition) {
+  long long combinations = 1;
+  int others = 0;
+  for (int parent : network.GetParents(definition.GetHandle())) {
+    const QVR_node& node = *network.NodeAt(parent);
+    if ((node.GetType() & kTypeBitDecision) == 0) {
+      ++others;
+    } else if (definition.GetParentDimension(parent) != node.GetNumberOfOutcomes()) {
+      return false;
+    } else {
+      combinations *= node.GetNumberOfOutcomes();
+    }
+  }
+  return definition.GetSize() == combinations * std::max(others, 1);
+}
+
+bool HasRightShape(const QVR_network& network, const QVR_node& node) {
+  const std::vector<int> sizes = DimensionsOf(network, network.GetParents(node.handle));
+  switch (node.GetType()) {
+    case kTypeCpt:
+    case kTypeTruthTable:
+      return HasTableOfShape(*node.definition, sizes, node.GetNumberOfOutcomes());
+    case kTypeTable:
+      return HasTableOfShape(*node.definition, sizes, 1);
+    case kTypeMau:
+      return HasWeightsOfShape(network, *node.definition);
+    default:
+      return true;
+  }
+}
+
 std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
   const int type = node.GetType();
   if (node.definition->GetHandle() != node.handle || node.definition->GetNetwork() != &network) {
@@ -50,15 +90,8 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
       return "the definition doesn't take one of its parents";
     }
   }
-  if (type == kTypeCpt || type == kTypeTruthTable) {
-    std::vector<int> sizes = DimensionsOf(network, network.GetParents(node.handle));
-    sizes.push_back(node.GetNumberOfOutcomes());
-    QVR_Dmatrix* table = nullptr;
-    // One that found no memory is empty until it's rebuilt.
-    if (node.definition->GetMatrix(table) != QVR_OKAY ||
-        (table->GetNumElements() > 0 && !table->HasShape(sizes))) {
-      return "the table hasn't the shape that the parents and outcomes give";
-    }
+  if (!HasRightShape(network, node)) {
+    return "the table hasn't the shape that the parents and outcomes give";
   }
   const QVR_stringArray* names = node.definition->GetOutcomeNames();
   if (names != nullptr && names->GetNumItems() != node.GetNumberOfOutcomes()) {
@@ -68,18 +101,19 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
 }
 
 std::string CheckValue(const QVR_network& network, const QVR_node& node) {
-  if ((node.GetType() & kTypeBitDiscrete) == 0) {
+  const bool hasOutcomes = (node.GetType() & kTypeBitDiscrete) != 0;
+  if (!hasOutcomes && (node.GetType() & kTypeBitUtility) == 0) {
     return {};
   }
   std::vector<int> sizes = DimensionsOf(network, node.value->GetIndexingParents());
-  sizes.push_back(node.GetNumberOfOutcomes());
+  sizes.push_back(hasOutcomes ? node.GetNumberOfOutcomes() : 1);
   const QVR_Dmatrix* matrix = node.value->GetMatrix();
   // One that found no memory is empty until the next update.
   const bool holdsResult = matrix != nullptr && (matrix->GetNumElements() > 0 || node.value->IsValueValid());
   if (holdsResult && !matrix->HasShape(sizes)) {
     return "the value hasn't the shape that the outcomes give";
   }
-  if (node.value->HasEvidence() && node.value->GetEvidence() >= node.GetNumberOfOutcomes()) {
+  if (hasOutcomes && node.value->HasEvidence() && node.value->GetEvidence() >= node.GetNumberOfOutcomes()) {
     return "the evidence names no outcome";
   }
   return {};

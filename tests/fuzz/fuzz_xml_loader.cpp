@@ -1,6 +1,7 @@
 // Loads arbitrary bytes as a network file, and uses what came out of it.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -37,7 +38,7 @@ bool WriteFile(const std::string& path, const std::uint8_t* data, std::size_t si
 double CountJointStates(const QVR_network& network) {
   double count = 1;
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
-    count *= network.NodeAt(handle)->GetNumberOfOutcomes();
+    count *= std::max(1, network.NodeAt(handle)->GetNumberOfOutcomes());
   }
   return count;
 }
@@ -59,7 +60,7 @@ constexpr double kSumTolerance = 1e-3;
 void CheckPosteriors(QVR_network& network) {
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     QVR_nodeValue& value = *network.NodeAt(handle)->value;
-    if (!value.IsValueValid()) {
+    if (!value.IsValueValid() || value.GetValueType() != kValueBeliefVector) {
       continue;
     }
     double sum = 0;
