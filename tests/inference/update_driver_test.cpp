@@ -96,6 +96,47 @@ TEST(UpdateDriver, AnswersOrRefusesEveryAlgorithm) {
   }
 }
 
+// For the discrete solvers a decision is a uniform node without parents, known once it is made. Utilities
+// are nothing to them.
+TEST(UpdateDriver, SolvesAroundDecisionsAndUtilities) {
+  for (const int id : kExactIds) {
+    QVR_network network;
+    network.SetBeliefAlgorithm(id);
+    const int decision = network.AddNode(kTypeList, "d");
+    const int chance = AddChance(network, "c", 2, {decision}, {0.2, 0.8, 0.6, 0.4});
+    const int equal = network.AddNode(kTypeTruthTable, "t");
+    const int later = network.AddNode(kTypeList, "e");
+    const int utility = network.AddNode(kTypeTable, "u");
+    const int combined = network.AddNode(kTypeMau, "m");
+    for (const auto& [parent, child] : {std::pair(decision, equal),
+                                        {chance, equal},
+                                        {chance, later},
+                                        {equal, utility},
+                                        {later, utility},
+                                        {utility, combined},
+                                        {later, combined}}) {
+      ASSERT_EQ(network.AddArc(parent, child, kOrdinaryLayer), QVR_OKAY);
+    }
+    ASSERT_EQ(network.NodeAt(equal)->definition->SetResultingStates(QVR_intArray{1, 0, 0, 1}), QVR_OKAY);
+    ASSERT_EQ(network.SolveDiscrete(), QVR_OKAY);
+    EXPECT_NEAR(BeliefOf(network, chance)[0], 0.4, 1e-12);
+    EXPECT_NEAR(BeliefOf(network, equal)[1], 0.5 * 0.2 + 0.5 * 0.4, 1e-12);
+    ASSERT_EQ(ValueOf(network, decision).SetEvidence(1), QVR_OKAY);
+    EXPECT_FALSE(ValueOf(network, chance).IsValueValid());
+    ASSERT_EQ(network.SolveDiscrete(), QVR_OKAY);
+    EXPECT_NEAR(BeliefOf(network, equal)[1], 0.4, 1e-12);
+    ASSERT_EQ(ValueOf(network, equal).SetEvidence(1), QVR_OKAY);
+    EXPECT_EQ(ValueOf(network, chance).GetEvidence(), 1);  // deduced from both
+    ASSERT_EQ(ValueOf(network, decision).ClearEvidence(), QVR_OKAY);
+    ASSERT_EQ(network.SolveDiscrete(), QVR_OKAY);
+    EXPECT_NEAR(BeliefOf(network, chance)[0], 0.1 / (0.1 + 0.2), 1e-12);
+    for (const int node : {decision, later, utility, combined}) {
+      EXPECT_FALSE(ValueOf(network, node).IsValueValid());
+    }
+    EXPECT_EQ(network.CheckInvariants(), "");
+  }
+}
+
 TEST(VirtualEvidence, LeavesNoTraceWhenMemoryRunsOut) {
   const LogGuard log;
   QVR_network network;
