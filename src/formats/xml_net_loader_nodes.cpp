@@ -191,13 +191,13 @@ long long XmlNetLoader::CountParentsWithoutOutcomes() const {
                        [this](int parent) { return network.NodeAt(parent)->GetNumberOfOutcomes() < 0; });
 }
 
-// Saturates above the largest table that a matrix can hold.
+// Saturates just above the largest table that a matrix can hold, so that products of it don't overflow.
 long long XmlNetLoader::CountParentConfigurations() const {
   long long count = 1;
   for (int parent : parents) {
     count *= std::max(network.NodeAt(parent)->GetNumberOfOutcomes(), 1);
     if (count > QVR_Dmatrix::kMaxElements) {
-      break;
+      return QVR_Dmatrix::kMaxElements + 1;
     }
   }
   return count;
