@@ -144,7 +144,7 @@ class MixedEdits {
 
 TEST(MixedEdits, KeepEverythingInAgreement) {
   const LogGuard log;
-  for (std::uint64_t seed = 1; seed <= 400; ++seed) {
+  for (std::uint64_t seed = 1; seed <= 150; ++seed) {
     MixedEdits edits(seed);
     std::string history;
     for (int step = 0; step < 60; ++step) {
