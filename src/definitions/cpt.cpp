@@ -5,14 +5,11 @@
 #include <span>
 
 #include "definitions/outcome_names.h"
+#include "definitions/probability_row.h"
 
 namespace qvr {
 
 namespace {
-
-// What the sum of a row may be: numbers come from files, rounded.
-constexpr double kLowestRowSum = 0.999995;
-constexpr double kHighestRowSum = 1.000005;
 
 bool IsDistribution(std::span<const double> row) {
   double sum = 0;
@@ -22,7 +19,7 @@ bool IsDistribution(std::span<const double> row) {
     }
     sum += probability;
   }
-  return sum >= kLowestRowSum && sum <= kHighestRowSum;
+  return IsProbabilitySum(sum);
 }
 
 }  // namespace

@@ -37,6 +37,7 @@ class QVR_cpt : public TabularDefinition {
   int SetProbabilities(const QVR_doubleArray& array);
 
  protected:
+  void AdoptNames(QVR_nodeDefinition& other);
   // What is taken from a source of each class, before all that depends on it is told.
   virtual void AdoptContent(QVR_nodeDefinition& other);
 
@@ -48,9 +49,7 @@ class QVR_cpt : public TabularDefinition {
   int ResetTable();
   void FillNewRows() override;
   int InsertOutcomeAt(int position, const char* name);
-  int ReplaceOutcomes(const QVR_idArray& names);
   [[nodiscard]] int TestReplacement(int count) const;
-  void AdoptNames(QVR_nodeDefinition& other);
   void AdoptTable(QVR_nodeDefinition& other);
   void AdoptUtilities(QVR_nodeDefinition& other);
 };

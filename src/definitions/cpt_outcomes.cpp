@@ -78,7 +78,7 @@ int QVR_cpt::RenameOutcomes(const QVR_stringArray& names) {
   if (!IsReady() || !names.IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  if (int status = RenameAll(outcomeNames, names); status < 0) {
+  if (int status = ReplaceNames(outcomeNames, names, numOutcomes); status < 0) {
     return status;
   }
   CheckReady(0);
@@ -122,7 +122,7 @@ int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {
   if (int status = TestReplacement(newNames.GetNumItems()); status < 0) {
     return status;
   }
-  return ReplaceOutcomes(newNames);
+  return ReplaceOutcomes(outcomeNames, newNames);
 }
 
 int QVR_cpt::SetNumberOfOutcomes(int count) {
@@ -139,25 +139,7 @@ int QVR_cpt::SetNumberOfOutcomes(int count) {
   if (int status = FillUpNames(newNames, "State", count); status < 0) {
     return status;
   }
-  return ReplaceOutcomes(newNames);
-}
-
-int QVR_cpt::ReplaceOutcomes(const QVR_idArray& names) {
-  const int oldCount = numOutcomes;
-  if (std::max(kLeastOutcomes, names.GetNumItems()) != oldCount) {
-    RetractEvidence();
-  }
-  CleanUp(1);
-  if (int status = outcomeNames.Copy(names); status < 0) {
-    return status;
-  }
-  const int status = RebuildFromNetwork();
-  if (numOutcomes != oldCount) {
-    ReinitializeValues();
-  }
-  ResetOutcomeRecords();
-  CheckConsistency(1);
-  return status < 0 ? status : NotifyChange(kDefinitionReplaced);
+  return ReplaceOutcomes(outcomeNames, newNames);
 }
 
 }  // namespace qvr

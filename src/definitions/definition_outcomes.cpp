@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "definitions/node_definition.h"
+#include "definitions/outcome_names.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -264,16 +265,28 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   }
 }
 
-void QVR_nodeDefinition::ResetOutcomeRecords() {
-  QVR_node* node = OwnNode();
-  if (node == nullptr) {
-    return;
+int QVR_nodeDefinition::ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names) {
+  const int oldCount = GetNumberOfOutcomes();
+  if (std::max(2, names.GetNumItems()) != oldCount) {
+    RetractEvidence();
   }
-  node->cost->Rebuild();
-  if (node->extra) {
-    node->extra->ResetForOutcomes();
+  CleanUp(1);
+  if (int status = ownNames.Copy(names); status < 0) {
+    return status;
   }
-  network->RebuildCostChildren(handle);
+  const int status = RebuildFromNetwork();
+  if (GetNumberOfOutcomes() != oldCount) {
+    ReinitializeValues();
+  }
+  if (QVR_node* node = OwnNode(); node != nullptr) {
+    node->cost->Rebuild();
+    if (node->extra) {
+      node->extra->ResetForOutcomes();
+    }
+    network->RebuildCostChildren(handle);
+  }
+  CheckConsistency(1);
+  return status < 0 ? status : NotifyChange(kDefinitionReplaced);
 }
 
 int QVR_nodeDefinition::ChangeOutcomes(const QVR_stringArray& names, QVR_intArray& mapping) {
@@ -282,7 +295,7 @@ int QVR_nodeDefinition::ChangeOutcomes(const QVR_stringArray& names, QVR_intArra
     return oldCount;
   }
   const QVR_stringArray newNames(names);  // they may be this definition's own
-  const int newCount = newNames.GetNumItems() > 0 ? newNames.GetNumItems() : newNames.GetSize();
+  const int newCount = NameCount(newNames);
   if (newCount < 2 || mapping.Length() != newCount || !IsValidMapping(mapping, oldCount)) {
     return QVR_OUT_OF_RANGE;
   }

@@ -167,7 +167,7 @@ int QVR_list::RenameOutcomes(const QVR_stringArray& names) {
   if (!IsReady() || !names.IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  if (int status = RenameAll(choiceNames, names); status < 0) {
+  if (int status = ReplaceNames(choiceNames, names, choiceNames.GetNumItems()); status < 0) {
     return status;
   }
   CheckReady(0);
@@ -204,7 +204,7 @@ int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
     return status;
   }
   newNames.CheckConsistency(1);
-  return newNames.IsConsistent() ? ReplaceChoices(newNames) : SetNumberOfOutcomes(NameCount(names));
+  return newNames.IsConsistent() ? ReplaceOutcomes(choiceNames, newNames) : SetNumberOfOutcomes(NameCount(names));
 }
 
 int QVR_list::SetNumberOfOutcomes(int count) {
@@ -218,26 +218,7 @@ int QVR_list::SetNumberOfOutcomes(int count) {
   if (int status = FillUpNames(newNames, kBaseName, count); status < 0) {
     return status;
   }
-  return ReplaceChoices(newNames);
-}
-
-int QVR_list::ReplaceChoices(const QVR_idArray& names) {
-  const int oldCount = choiceCount;
-  const bool countChanges = std::max(kLeastOutcomes, names.GetNumItems()) != oldCount;
-  if (countChanges) {
-    RetractEvidence();
-  }
-  CleanUp(1);
-  if (int status = choiceNames.Copy(names); status < 0) {
-    return status;
-  }
-  const int status = RebuildFromNetwork();
-  if (countChanges) {
-    ReinitializeValues();
-  }
-  ResetOutcomeRecords();
-  CheckConsistency(1);
-  return status < 0 ? status : NotifyChange(kDefinitionReplaced);
+  return ReplaceOutcomes(choiceNames, newNames);
 }
 
 int QVR_list::GetChoiceNames(QVR_idArray*& out) {

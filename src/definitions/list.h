@@ -51,7 +51,6 @@ class QVR_list : public QVR_nodeDefinition {
 
  private:
   int InsertChoice(int position, const char* name);
-  int ReplaceChoices(const QVR_idArray& names);
   int AdoptNames(QVR_nodeDefinition& other);
   int FillUpChoices();
 

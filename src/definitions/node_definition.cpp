@@ -182,6 +182,15 @@ int QVR_nodeDefinition::TestParentGrowth(int /*parentHandle*/) const { return QV
 
 int QVR_nodeDefinition::GetParentDimension(int /*parentHandle*/) const { return QVR_OUT_OF_RANGE; }
 
+int QVR_nodeDefinition::AllCellsEqual(double x, std::span<const int> pattern) {
+  QVR_Dmatrix* table = nullptr;
+  if (const int status = GetMatrix(table); status < 0) {
+    return status;
+  }
+  return table->GetNumDimensions() == static_cast<int>(pattern.size()) ? table->AllEqual(x, pattern)
+                                                                       : QVR_OUT_OF_RANGE;
+}
+
 void QVR_nodeDefinition::SetOwner(QVR_network* newNetwork, int newHandle) {
   network = newNetwork;
   handle = newHandle;
@@ -221,6 +230,27 @@ void QVR_nodeDefinition::AddAllParents() {
       DetachParent(parent);
     }
   }
+}
+
+int QVR_nodeDefinition::StatusWithoutDimension(int parentHandle) {
+  const QVR_node* parent = ParentNode(parentHandle);
+  if (parent == nullptr || parent->GetType() == kTypeTable) {
+    return QVR_OUT_OF_RANGE;
+  }
+  CheckReady(0);
+  return QVR_OKAY;
+}
+
+int QVR_nodeDefinition::FinishAbsorption(int parentHandle) {
+  DetachParent(parentHandle);
+  CheckReady(0);
+  return network->ParentAbsorbed(parentHandle, handle);
+}
+
+int QVR_nodeDefinition::NumbersReplaced() {
+  CheckReady(1);
+  CheckConsistency(1);
+  return NotifyChange(kNumbersChanged);
 }
 
 int QVR_nodeDefinition::NotifyChange(int code) {

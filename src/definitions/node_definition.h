@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 
 #include "model/dense_matrix.h"
 #include "model/number_array.h"
@@ -117,6 +118,10 @@ class QVR_nodeDefinition : public QVR_object {
   [[nodiscard]] virtual int TestParentGrowth(int parentHandle) const;
   // How many outcomes of the parent this definition has room for; -2, as in the base, for none.
   [[nodiscard]] virtual int GetParentDimension(int parentHandle) const;
+  // As QVR_Dmatrix::AllEqual on the table: whether all cells that the pattern selects (an outcome for each
+  // parent, last the node's own, negative for any) equal x, which is 0.0 or 1.0. The base looks at the table;
+  // a class whose table is costly may know without. Negative, too, if there's no table of these dimensions.
+  [[nodiscard]] virtual int AllCellsEqual(double x, std::span<const int> pattern);
 
   [[nodiscard]] int GetHandle() const { return handle; }
   [[nodiscard]] QVR_network* GetNetwork() const { return network; }
@@ -156,17 +161,24 @@ class QVR_nodeDefinition : public QVR_object {
   void RetractEvidence();
   // A fresh value, for another number of outcomes; also the values that this node indexes.
   void ReinitializeValues();
-  // After SetNumberOfOutcomes: own cost record, extra definition, cost children.
-  void ResetOutcomeRecords();
+  // What SetNumberOfOutcomes comes down to: the class is cleared, takes these names into its own array, and
+  // is rebuilt; values and records follow.
+  int ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names);
   // Removes every ordinary arc into this node.
   void RemoveAllParents();
   // The parent's position in the node's parent list, or -2.
   [[nodiscard]] int ParentPosition(int parentHandle) const;
   [[nodiscard]] QVR_node* ParentNode(int parentHandle) const;  // null unless it's a parent
+  // For a handle that has no dimension here: -2 if it is no parent or a utility, else there's nothing to do.
+  [[nodiscard]] int StatusWithoutDimension(int parentHandle);
+  // After an absorbed parent's dimension went: the arc, and the news.
+  int FinishAbsorption(int parentHandle);
   // Takes an arc out of both lists without asking this definition to remove the parent.
   void DetachParent(int parentHandle);
   // AddParent for every parent, in order; a refused one is logged and detached.
   void AddAllParents();
+  // After new numbers were stored.
+  int NumbersReplaced();
   int NotifyChange(int code);               // to the network, if there is one
   [[nodiscard]] QVR_node* OwnNode() const;  // null without a network
 

@@ -24,15 +24,16 @@ int TakeNames(QVR_idArray& target, const QVR_stringArray& names) {
   return target.Copy(list);
 }
 
-int RenameAll(QVR_idArray& names, const QVR_stringArray& given) {
-  const int count = names.GetNumItems();
+int ReplaceNames(QVR_idArray& names, const QVR_stringArray& given, int count) {
   if (NameCount(given) < count) {
     return QVR_OUT_OF_RANGE;
   }
   const QVR_stringArray source(given);
   names.Flush();
   for (int i = 0; i < count; ++i) {
-    names.AddUniqueId(source.Get(i), -1);
+    if (int status = names.AddUniqueId(source.Get(i), -1); status < 0) {
+      return status;
+    }
   }
   return QVR_OKAY;
 }

@@ -13,9 +13,9 @@ inline constexpr int kLeastOutcomes = 2;
 // The names as a list, untested; another identifier array also says whether empty ones are allowed. -567 if
 // the source isn't ready, -42.
 int TakeNames(QVR_idArray& target, const QVR_stringArray& names);
-// The first of the given names in place of the present ones; bad and repeated ones are repaired. -2 if there
-// are fewer. `given` may be the array itself.
-int RenameAll(QVR_idArray& names, const QVR_stringArray& given);
+// The first `count` of the given names in place of the present ones; bad and repeated ones are repaired. -2
+// if there are fewer. `given` may be the array itself.
+int ReplaceNames(QVR_idArray& names, const QVR_stringArray& given, int count);
 // One more name, one on the base with the first free number from the present count if it is refused.
 int InsertName(QVR_idArray& names, int position, const char* name, const char* base);
 // Adds names on the base, numbered from the present count, up to this count.

@@ -42,15 +42,6 @@ int TabularDefinition::GetParentDimension(int parentHandle) const {
   return dimension < 0 ? dimension : table.GetDimension(dimension);
 }
 
-int TabularDefinition::StatusWithoutDimension(int parentHandle) {
-  const QVR_node* parent = ParentNode(parentHandle);
-  if (parent == nullptr || parent->GetType() == kTypeTable) {
-    return QVR_OUT_OF_RANGE;
-  }
-  CheckReady(0);
-  return QVR_OKAY;
-}
-
 int TabularDefinition::AddParent(int parentHandle) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
@@ -149,12 +140,6 @@ int TabularDefinition::ReorderParents(const QVR_intArray& order) {
   return table.PermuteDimensions(withOutcomes);
 }
 
-int TabularDefinition::FinishAbsorption(int parentHandle) {
-  DetachParent(parentHandle);
-  CheckReady(0);
-  return network->ParentAbsorbed(parentHandle, handle);
-}
-
 int TabularDefinition::AbsorbObservedParent(int parentHandle) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
@@ -188,12 +173,6 @@ int TabularDefinition::AbsorbRootParent(int parentHandle) {
     return status;
   }
   return FinishAbsorption(parentHandle);
-}
-
-int TabularDefinition::NumbersReplaced() {
-  CheckReady(1);
-  CheckConsistency(1);
-  return NotifyChange(kNumbersChanged);
 }
 
 int TabularDefinition::SetMatrix(const QVR_Dmatrix& matrix) {

@@ -36,17 +36,12 @@ class TabularDefinition : public QVR_nodeDefinition {
   [[nodiscard]] int DimensionOf(int parentHandle) const;
   // SetValues for an array that must have the length of the table; -2 otherwise.
   int SetAllValues(const QVR_doubleArray& array);
-  // Ready and consistent anew, and the news.
-  int NumbersReplaced();
 
   QVR_Dmatrix table;
 
  private:
   // A parent came, or an outcome of one, whose rows are 0.0.
   virtual void FillNewRows() {}
-  [[nodiscard]] int StatusWithoutDimension(int parentHandle);
-  // After an absorbed parent's dimension went: the arc, and the news.
-  int FinishAbsorption(int parentHandle);
 };
 
 }  // namespace qvr
