@@ -1,0 +1,286 @@
+// How the parameters of a canonical definition follow the node's parents and outcomes.
+#include <algorithm>
+#include <array>
+#include <numeric>
+
+#include "definitions/ci_definition.h"
+#include "definitions/outcome_names.h"
+#include "model/network.h"
+
+namespace qvr {
+
+int QVR_ciDefinition::GetParentOffset(int parentIndex) const {
+  if (parentIndex < 0 || parentIndex >= ParentCount()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  return std::accumulate(blockSizes.begin(), blockSizes.begin() + parentIndex, 0);
+}
+
+int QVR_ciDefinition::BlockOf(int parentHandle) const {
+  const int position = ParentPosition(parentHandle);
+  // With fewer blocks than parents, the place in the list says nothing.
+  return position >= 0 && network->GetNumberOfParents(handle) == ParentCount() ? position : QVR_OUT_OF_RANGE;
+}
+
+int QVR_ciDefinition::GetParentDimension(int parentHandle) const {
+  const int block = BlockOf(parentHandle);
+  return block < 0 ? block : blockSizes[static_cast<std::size_t>(block)];
+}
+
+int QVR_ciDefinition::TestParentGrowth(int parentHandle) const {
+  return BlockOf(parentHandle) < 0 ? QVR_OKAY : TestTableGrowth(ciWeights, 0, std::int64_t{RowCount()} + 1);
+}
+
+int QVR_ciDefinition::ReplaceRows(int first, int removed, int added) {
+  QVR_Dmatrix result;
+  if (int status = result.SetDimensions(std::array{RowCount() - removed + added, ColumnCount()});
+      status < 0) {
+    return status;
+  }
+  const std::span<const double> from = ciWeights.GetItems().Vector();
+  const std::span<double> to = result.GetItems().Vector();
+  const auto width = static_cast<std::ptrdiff_t>(ColumnCount());
+  std::copy_n(from.begin(), first * width, to.begin());
+  std::copy(from.begin() + (first + removed) * width, from.end(), to.begin() + (first + added) * width);
+  ciWeights.Swap(result);
+  return QVR_OKAY;
+}
+
+int QVR_ciDefinition::OpenRow(int parentIndex, int place) {
+  const int row = GetParentOffset(parentIndex) + place;
+  if (int status = ReplaceRows(row, 0, 1); status < 0) {
+    return status;
+  }
+  Row(row)[static_cast<std::size_t>(DistinguishedOutcome())] = 1.0;
+  ++blockSizes[static_cast<std::size_t>(parentIndex)];
+  return QVR_OKAY;
+}
+
+int QVR_ciDefinition::CloseRow(int parentIndex, int place) {
+  if (int status = ReplaceRows(GetParentOffset(parentIndex) + place, 1, 0); status < 0) {
+    return status;
+  }
+  --blockSizes[static_cast<std::size_t>(parentIndex)];
+  return QVR_OKAY;
+}
+
+int QVR_ciDefinition::AddParent(int parentHandle) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const QVR_node* parent = ParentNode(parentHandle);
+  const int position = ParentPosition(parentHandle);
+  if (parent == nullptr || !TakesParent(GetType(), parent->GetType()) || position > ParentCount()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const int count = parent->GetNumberOfOutcomes();
+  if (count < 1) {
+    return QVR_OKAY;
+  }
+  const int offset = position < ParentCount() ? GetParentOffset(position) : RowCount() - 1;
+  if (int status = TestTableGrowth(ciWeights, 0, std::int64_t{RowCount()} + count); status < 0) {
+    return status;
+  }
+  if (int status = ReplaceRows(offset, 0, count); status < 0) {
+    return status;
+  }
+  blockSizes.insert(blockSizes.begin() + position, count);
+  BlockOpened(position);
+  WriteDistinguishedRow(position);
+  ciWeights.Normalize();
+  ParametersChanged();
+  return QVR_OKAY;
+}
+
+int QVR_ciDefinition::RemoveParent(int parentHandle) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const int block = BlockOf(parentHandle);
+  return block < 0 ? StatusWithoutDimension(parentHandle) : CloseBlock(block);
+}
+
+int QVR_ciDefinition::CloseBlock(int parentIndex) {
+  const int count = blockSizes[static_cast<std::size_t>(parentIndex)];
+  if (int status = ReplaceRows(GetParentOffset(parentIndex), count, 0); status < 0) {
+    return status;
+  }
+  blockSizes.erase(blockSizes.begin() + parentIndex);
+  BlockClosed(parentIndex);
+  ParametersChanged();
+  return QVR_OKAY;
+}
+
+int QVR_ciDefinition::AbsorbObservedParent(int /*parentHandle*/) { return QVR_OKAY; }
+
+int QVR_ciDefinition::AbsorbRootParent(int /*parentHandle*/) { return QVR_OKAY; }
+
+int QVR_ciDefinition::ReorderParents(const QVR_intArray& order) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const std::span<const int> list = order.View();
+  if (order.Length() != ParentCount() || !IsPermutation(list)) {
+    return QVR_OUT_OF_RANGE;
+  }
+  QVR_Dmatrix reordered;
+  if (int status = reordered.Copy(ciWeights); status < 0) {
+    return status;
+  }
+  std::vector<int> sizes;
+  double* to = reordered.GetItems().Vector().data();
+  for (const int old : list) {
+    sizes.push_back(blockSizes[static_cast<std::size_t>(old)]);
+    to = std::copy_n(Row(GetParentOffset(old)).data(), sizes.back() * ColumnCount(), to);
+  }
+  ciWeights.Swap(reordered);
+  blockSizes.swap(sizes);
+  BlocksReordered(list);
+  ParametersChanged();
+  return QVR_OKAY;
+}
+
+void QVR_ciDefinition::OwnOutcomeInserted(int /*position*/) {}
+
+void QVR_ciDefinition::OwnOutcomeRemoved(int /*position*/) {}
+
+void QVR_ciDefinition::OwnOutcomesReordered(std::span<const int> /*order*/) {}
+
+int QVR_ciDefinition::AddOutcome(const char* name) { return InsertOutcome(GetNumberOfOutcomes(), name); }
+
+int QVR_ciDefinition::InsertOutcome(int position, const char* name) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  return position < 0 || position > GetNumberOfOutcomes() ? QVR_OUT_OF_RANGE
+                                                          : InsertOutcomeAt(position, name);
+}
+
+int QVR_ciDefinition::InsertOutcomeAt(int position, const char* name) {
+  if (int status = TestTableGrowth(ciWeights, 1, std::int64_t{ColumnCount()} + 1); status < 0) {
+    return status;
+  }
+  if (int status = TestOutcomeGrowth(); status < 0) {
+    return status;
+  }
+  QVR_Dmatrix grown;
+  if (int status = grown.Copy(ciWeights); status < 0) {
+    return status;
+  }
+  if (int status = grown.AddItem(1); status < 0) {
+    return status;
+  }
+  grown.ShiftItemsUp(1, position, 0.0);
+  RetractEvidence();  // may start an update, which still finds the old outcomes
+  if (int status = InsertOutcomeName(outcomeNames, position, name); status < 0) {
+    return status;
+  }
+  ciWeights.Swap(grown);
+  OwnOutcomeInserted(position);
+  WriteDistinguishedRows();
+  ParametersChanged();
+  return OutcomeAdded(position);
+}
+
+int QVR_ciDefinition::RemoveOutcome(int position) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (GetNumberOfOutcomes() < 3 || position < 0 || position >= GetNumberOfOutcomes()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  QVR_Dmatrix reduced;
+  if (int status = reduced.Copy(ciWeights); status < 0) {
+    return status;
+  }
+  reduced.ShiftItemsDown(1, position);
+  if (int status = reduced.RemoveLastItem(1); status < 0) {
+    return status;
+  }
+  RetractEvidence();
+  ciWeights.Swap(reduced);
+  OwnOutcomeRemoved(position);
+  WriteDistinguishedRows();
+  ParametersChanged();
+  const int status = OutcomeRemoved(position, outcomeNames);
+  CheckConsistency(0);  // the probability of the outcome is lost
+  return status;
+}
+
+int QVR_ciDefinition::RenameOutcome(int position, const char* name) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  return position < 0 || position >= GetNumberOfOutcomes() ? QVR_OUT_OF_RANGE
+                                                           : outcomeNames.SetItem(position, name);
+}
+
+int QVR_ciDefinition::RenameOutcomes(const QVR_stringArray& names) {
+  if (!IsReady() || !names.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (NameCount(names) != GetNumberOfOutcomes()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const int status = ReplaceNames(outcomeNames, names, GetNumberOfOutcomes());
+  CheckReady(0);
+  return status;
+}
+
+int QVR_ciDefinition::SetNumberOfOutcomes(const QVR_stringArray& names) {
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    return QVR_HAS_CHILDREN;
+  }
+  if (!names.IsReady() || !names.IsConsistent()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const int count = NameCount(names);
+  if (count < 2) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (int status = TestTableGrowth(ciWeights, 1, count); status < 0) {
+    return status;
+  }
+  QVR_idArray newNames;
+  if (int status = ReplaceNames(newNames, names, count); status < 0) {
+    return status;
+  }
+  return ReplaceOutcomes(outcomeNames, newNames);
+}
+
+int QVR_ciDefinition::SetNumberOfOutcomes(int count) {
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    return QVR_HAS_CHILDREN;
+  }
+  if (count < 2) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (int status = TestTableGrowth(ciWeights, 1, count); status < 0) {
+    return status;
+  }
+  QVR_idArray newNames;
+  if (int status = AddStateNames(newNames, count); status < 0) {
+    return status;
+  }
+  return ReplaceOutcomes(outcomeNames, newNames);
+}
+
+int QVR_ciDefinition::ReorderOutcomes(const QVR_intArray& order) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  QVR_intArray list;
+  for (int old : order.View()) {
+    list.Add(old);
+  }
+  if (int status = ciWeights.PermuteItems(1, list); status < 0) {
+    return status;
+  }
+  outcomeNames.Permute(list);
+  OwnOutcomesReordered(list.View());
+  WriteDistinguishedRows();
+  ParametersChanged();
+  return OutcomesReordered(list);
+}
+
+}  // namespace qvr
