@@ -2,9 +2,13 @@
 #include <memory>
 #include <new>
 
+#include "definitions/cast.h"
 #include "definitions/cpt.h"
+#include "definitions/demorgan.h"
 #include "definitions/list.h"
 #include "definitions/mau.h"
+#include "definitions/noisy_adder.h"
+#include "definitions/noisy_max.h"
 #include "definitions/truth_table.h"
 #include "definitions/utility_table.h"
 #include "model/network.h"
@@ -60,6 +64,10 @@ constexpr DefinitionClass kDefinitionClasses[] = {
     DefinitionRow<QVR_list>(kTypeList, kValueListOfDecisions),
     DefinitionRow<QVR_cpt>(kTypeCpt, kValueBeliefVector),
     DefinitionRow<QVR_truthTable>(kTypeTruthTable, kValueBeliefVector),
+    DefinitionRow<QVR_cast>(kTypeCast, kValueBeliefVector),
+    DefinitionRow<QVR_demorgan>(kTypeDeMorgan, kValueBeliefVector),
+    DefinitionRow<QVR_noisyMAX>(kTypeNoisyMax, kValueBeliefVector),
+    DefinitionRow<QVR_noisyAdder>(kTypeNoisyAdder, kValueBeliefVector),
     DefinitionRow<QVR_mau>(kTypeMau, kValueMauExpectedUtility),
 };
 
