@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+#include "definitions/cast.h"
+#include "definitions/demorgan.h"
+#include "definitions/noisy_max.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -26,18 +29,51 @@ int EvidenceOf(const QVR_node& node, int outcomeCount, bool useDeterminism) {
   return evidence >= 0 && evidence < outcomeCount ? evidence : -1;
 }
 
-void InitRecord(RelevanceNode& record, QVR_node& node, bool target, bool useDeterminism) {
-  record.node = &node;
+// The leak of a canonical node, or the prior of a gate: what it states when its parents don't count.
+bool HasPrior(const QVR_node& node) {
+  const int type = node.GetType();
+  return IgnoresParents(node) && (type == kTypeCast || type == kTypeDeMorgan || type == kTypeNoisyMax);
+}
+
+// Null when it can't be had.
+QVR_Dmatrix* MakePriorTable(RelevanceNode& record) {
+  QVR_Dmatrix* table = MakeOwnVector(record, 0.0);
+  if (table == nullptr) {
+    return nullptr;
+  }
+  const QVR_nodeDefinition& definition = *record.node->definition;
+  if (record.node->GetType() == kTypeNoisyMax) {
+    const QVR_Dmatrix& parameters = static_cast<const QVR_noisyMAX&>(definition).GetCiWeights();
+    const std::span<const double> leak =
+        parameters.GetItems().Vector().last(static_cast<std::size_t>(record.outcomeCount));
+    std::copy(leak.begin(), leak.end(), table->GetItems().Vector().begin());
+    return table;
+  }
+  const bool isCast = record.node->GetType() == kTypeCast;
+  table->Subscript(0) = isCast ? static_cast<const QVR_cast&>(definition).GetBaseline()
+                               : static_cast<const QVR_demorgan&>(definition).GetPriorBelief();
+  table->Subscript(1) = 1 - table->Subscript(0);
+  return table;
+}
+
+void ClearRecord(RelevanceNode& record) {
+  record.node = nullptr;
   record.parents = {};
   record.children = {};
-  record.outcomeCount = node.definition->GetNumberOfOutcomes();
-  record.evidence = EvidenceOf(node, record.outcomeCount, useDeterminism);
   record.liveChildren = 0;
   record.mark = kMarkNone;
   record.position = -1;
-  record.target = target;
+  record.target = false;
   record.tableKind = TableKind::None;
   record.table = nullptr;
+}
+
+void InitRecord(RelevanceNode& record, QVR_node& node, bool target, bool useDeterminism) {
+  ClearRecord(record);
+  record.node = &node;
+  record.outcomeCount = node.definition->GetNumberOfOutcomes();
+  record.evidence = EvidenceOf(node, record.outcomeCount, useDeterminism);
+  record.target = target;
 }
 
 // Appends the records of a list of handles to the links; leaves out nodes without one.
@@ -65,8 +101,8 @@ void LinkRecord(RelevanceGraph& graph, const QVR_network& network, RelevanceNode
   record.children = record.children.first(static_cast<std::size_t>(kept - record.children.begin()));
 }
 
-std::size_t CountLinks(const QVR_network& network) {
-  std::size_t count = 0;
+std::size_t CountLinks(const QVR_network& network, std::size_t temporaryRecords) {
+  std::size_t count = temporaryRecords;  // one parent each; as children they take another's place
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     count += static_cast<std::size_t>(network.GetParents(handle).GetNumItems() +
                                       network.GetChildren(handle).GetNumItems());
@@ -90,11 +126,21 @@ bool HasShapeOf(const RelevanceNode& record, const QVR_Dmatrix& table) {
 
 }  // namespace
 
+RelevanceNode& AddTemporaryRecord(RelevanceGraph& graph, RelevanceNode& parent) {
+  RelevanceNode& record = graph.records[graph.recordCount++];
+  ClearRecord(record);
+  graph.links.push_back(&parent);
+  record.parents = {&graph.links.back(), 1};
+  graph.nodes.push_back(&record);
+  return record;
+}
+
 bool BuildGraph(QVR_network& network, bool useDeterminism, RelevanceGraph& graph) {
   const auto nodeCount = static_cast<std::size_t>(network.GetNumberOfNodes());
   const bool allTargets = network.GetTargetCount() == 0;
-  if (graph.records.size() < nodeCount) {
-    graph.records.resize(nodeCount);
+  const std::size_t temporaryRecords = CountSplitRecords(network);
+  if (graph.records.size() < nodeCount + temporaryRecords) {
+    graph.records.resize(nodeCount + temporaryRecords);
   }
   graph.recordCount = 0;
   graph.nodes.clear();
@@ -116,7 +162,7 @@ bool BuildGraph(QVR_network& network, bool useDeterminism, RelevanceGraph& graph
   if (!anyTarget) {
     return false;
   }
-  graph.links.reserve(CountLinks(network));  // spans into it must not move
+  graph.links.reserve(CountLinks(network, temporaryRecords));  // spans into it must not move
   for (RelevanceNode* record : graph.nodes) {
     LinkRecord(graph, network, *record);
   }
@@ -128,6 +174,9 @@ const QVR_Dmatrix* TableOf(RelevanceNode& record) {
     if (record.node->definition->GetType() == kTypeList) {
       // A decision that hasn't been made, or is fixed by evidence, says nothing about its choices.
       return MakeOwnVector(record, 1.0 / record.outcomeCount);
+    }
+    if (HasPrior(*record.node)) {
+      return MakePriorTable(record);
     }
     QVR_Dmatrix* matrix = nullptr;
     if (record.node->definition->GetMatrix(matrix) < 0 || matrix == nullptr) {

@@ -37,40 +37,50 @@ int FixChild(RelevanceNode& child, int outcome) {
   return QVR_OKAY;
 }
 
-// The outcome of the child that is certain whatever its other parents do, or -1; -42 without a table.
-int ForcedOutcome(RelevanceNode& child, const RelevanceNode& observed) {
+// Leaves the record's own outcome and all its parents' free.
+void FreePattern(RelevanceGraph& graph, const RelevanceNode& record) {
+  graph.pattern.Flush();
+  for (std::size_t i = 0; i <= record.parents.size(); ++i) {
+    graph.pattern.Add(-1);
+  }
+}
+
+// Of the record's table, or where nobody has looked at that yet, by the definition, which may not need it.
+bool AllCellsEqual(const RelevanceNode& record, double x, const QVR_intArray& pattern) {
+  return (record.tableKind == TableKind::None ? record.node->definition->AllCellsEqual(x, pattern.View())
+                                              : record.table->AllEqual(x, pattern)) == 1;
+}
+
+// The outcome of the child that is certain whatever its other parents do, or -1.
+int ForcedOutcome(RelevanceGraph& graph, const RelevanceNode& child, const RelevanceNode& observed) {
   const int place = PlaceOfParent(child, &observed);
   if (place < 0) {
     return -1;
   }
-  const QVR_Dmatrix* table = TableOf(child);
-  if (table == nullptr) {
-    return QVR_OUT_OF_MEMORY;
-  }
-  const int own = table->GetNumDimensions() - 1;
-  for (int outcome = 0; outcome < child.outcomeCount; ++outcome) {
-    if (table->AllEqual(1.0, place, observed.evidence, own, outcome) == 1) {
-      return outcome;
+  FreePattern(graph, child);
+  graph.pattern[place] = observed.evidence;
+  int& own = graph.pattern[graph.pattern.GetNumItems() - 1];
+  for (own = 0; own < child.outcomeCount; ++own) {
+    if (AllCellsEqual(child, 1.0, graph.pattern)) {
+      return own;
     }
   }
   return -1;
 }
 
-// The one outcome of the parent that the observation leaves possible, or -1; -42 without a table.
-int OnlyPossibleOutcome(RelevanceNode& observed, int place) {
-  const QVR_Dmatrix* table = TableOf(observed);
-  if (table == nullptr) {
-    return QVR_OUT_OF_MEMORY;
-  }
-  const int own = table->GetNumDimensions() - 1;
+// The one outcome of the parent that the observation leaves possible, or -1.
+int OnlyPossibleOutcome(RelevanceGraph& graph, const RelevanceNode& observed, int place) {
+  FreePattern(graph, observed);
+  graph.pattern[graph.pattern.GetNumItems() - 1] = observed.evidence;
+  int& tested = graph.pattern[place];
   const int outcomeCount = observed.parents[static_cast<std::size_t>(place)]->outcomeCount;
   int possible = -1;
-  for (int outcome = 0; outcome < outcomeCount; ++outcome) {
-    if (table->AllEqual(0.0, place, outcome, own, observed.evidence) != 1) {
+  for (tested = 0; tested < outcomeCount; ++tested) {
+    if (!AllCellsEqual(observed, 0.0, graph.pattern)) {
       if (possible >= 0) {
         return -1;
       }
-      possible = outcome;
+      possible = tested;
     }
   }
   return possible;
@@ -78,8 +88,9 @@ int OnlyPossibleOutcome(RelevanceNode& observed, int place) {
 
 // Slices the observed record's table at the outcome of the parent that is now fixed.
 int CutFixedParent(RelevanceGraph& graph, RelevanceNode& observed, int place, int outcome) {
-  if (const int status = TableOf(observed)->ReduceTo(place, outcome, graph.reduced); status < 0) {
-    return status;
+  const QVR_Dmatrix* table = TableOf(observed);
+  if (table == nullptr || table->ReduceTo(place, outcome, graph.reduced) < 0) {
+    return QVR_OUT_OF_MEMORY;
   }
   MakeOwnTable(observed).Swap(graph.reduced);
   RemoveParentAt(observed, place);
@@ -92,10 +103,7 @@ int NextForced(RelevanceGraph& graph, Frame& frame, RelevanceNode*& forced) {
   forced = nullptr;
   while (frame.nextChild < record.children.size()) {
     RelevanceNode& child = *record.children[frame.nextChild++];
-    const int outcome = IsOpen(child) ? ForcedOutcome(child, record) : -1;
-    if (outcome == QVR_OUT_OF_MEMORY) {
-      return outcome;
-    }
+    const int outcome = IsOpen(child) ? ForcedOutcome(graph, child, record) : -1;
     if (outcome >= 0) {
       forced = &child;
       return FixChild(child, outcome);
@@ -103,10 +111,7 @@ int NextForced(RelevanceGraph& graph, Frame& frame, RelevanceNode*& forced) {
   }
   while (frame.nextParent < static_cast<int>(record.parents.size())) {
     RelevanceNode& parent = *record.parents[static_cast<std::size_t>(frame.nextParent)];
-    const int outcome = IsOpen(parent) ? OnlyPossibleOutcome(record, frame.nextParent) : -1;
-    if (outcome == QVR_OUT_OF_MEMORY) {
-      return outcome;
-    }
+    const int outcome = IsOpen(parent) ? OnlyPossibleOutcome(graph, record, frame.nextParent) : -1;
     if (outcome >= 0) {
       ApplyEvidenceToValue(parent, outcome);
       forced = &parent;

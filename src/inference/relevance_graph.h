@@ -34,11 +34,18 @@ struct RelevanceGraph {
 // One record for each node with outcomes. False when nothing is of interest. Evidence that was deduced
 // counts as evidence if `useDeterminism` is set.
 [[nodiscard]] bool BuildGraph(QVR_network& network, bool useDeterminism, RelevanceGraph& graph);
+// Replaces each noisy-MAX record that is observed at its distinguished outcome by one factor a parent, where
+// that is switched on.
+[[nodiscard]] int SplitNoisyMaxNodes(const QVR_network& network, RelevanceGraph& graph);
 void RemoveBarren(RelevanceGraph& graph);
 // From every record with evidence, through tables that leave only one outcome to a child or a parent.
 [[nodiscard]] int SpreadDeterminism(RelevanceGraph& graph);
 [[nodiscard]] int CutEvidenceArcs(RelevanceGraph& graph);
 [[nodiscard]] int AbsorbRoots(RelevanceGraph& graph);
+// How many records the split will add; BuildGraph makes the room.
+[[nodiscard]] std::size_t CountSplitRecords(const QVR_network& network);
+// An observed record of no node, below one parent, behind the graph's others.
+RelevanceNode& AddTemporaryRecord(RelevanceGraph& graph, RelevanceNode& parent);
 // Drops the records with this mark.
 void DropMarked(RelevanceGraph& graph, int mark);
 // Leaves in every `children` only records that still have the record as a parent.

@@ -227,6 +227,9 @@ int RelevanceReduce(QVR_network& network, bool absorbRoots, bool useDeterminism,
   if (network.GetNumberOfNodes() == 0 || !BuildGraph(network, useDeterminism, graph)) {
     return QVR_OKAY;
   }
+  if (const int status = SplitNoisyMaxNodes(network, graph); status < 0) {
+    return status;
+  }
   RemoveBarren(graph);
   if (useDeterminism) {
     if (const int status = SpreadDeterminism(graph); status < 0) {

@@ -8,11 +8,12 @@ namespace {
 
 // The one outcome of a dimension that isn't ruled out, or -2 if there are several or none. The pattern's
 // element stays -1: later parents are tested with this one taken as unknown.
-int OnlyPossibleOutcome(const QVR_Dmatrix& table, std::vector<int>& pattern, std::size_t place, int count) {
+int OnlyPossibleOutcome(QVR_nodeDefinition& definition, std::vector<int>& pattern, std::size_t place,
+                        int count) {
   int possible = QVR_OUT_OF_RANGE;
   for (int outcome = 0; outcome < count; ++outcome) {
     pattern[place] = outcome;
-    const int isRuledOut = table.AllEqual(0.0, pattern);
+    const int isRuledOut = definition.AllCellsEqual(0.0, pattern);
     if (isRuledOut == 1) {
       continue;
     }
@@ -52,15 +53,15 @@ int EvidencePropagation::StepForward() {
     return QVR_OKAY;
   }
   const int child = children[frame.neighbour];
-  const QVR_Dmatrix* table = IsDecisionOrUtility(child) ? nullptr : FamilyTable(child);
-  if (table != nullptr && frame.childOutcome == 0) {
+  QVR_nodeDefinition* definition = IsDecisionOrUtility(child) ? nullptr : DefinitionOf(child);
+  const int count = definition != nullptr ? definition->GetNumberOfOutcomes() : 0;
+  if (count > 0 && frame.childOutcome == 0) {
     frame.pattern = FamilyPattern(child);
   }
-  const int count = table != nullptr ? table->GetDimension(table->GetNumDimensions() - 1) : 0;
   while (frame.childOutcome < count) {
     const int outcome = frame.childOutcome++;
     frame.pattern.back() = outcome;
-    if (table->AllEqual(1.0, frame.pattern) != 1) {
+    if (definition->AllCellsEqual(1.0, frame.pattern) != 1) {
       continue;
     }
     bool isNew = false;
@@ -78,7 +79,7 @@ int EvidencePropagation::StepForward() {
 
 void EvidencePropagation::TurnBackward(Frame& frame) {
   const int type = network.Entry(frame.handle).node->GetType();
-  if ((type & kTypeBitDecision) != 0 || FamilyTable(frame.handle) == nullptr) {
+  if ((type & kTypeBitDecision) != 0 || DefinitionOf(frame.handle) == nullptr) {
     frames.pop_back();
     return;
   }
@@ -91,8 +92,7 @@ void EvidencePropagation::TurnBackward(Frame& frame) {
 int EvidencePropagation::StepBackward() {
   Frame& frame = frames.back();
   const QVR_intArray& parents = network.Entry(frame.handle).parents;
-  const QVR_Dmatrix* table = FamilyTable(frame.handle);
-  if (table == nullptr || frame.neighbour >= parents.GetNumItems()) {
+  if (frame.neighbour >= parents.GetNumItems()) {
     frames.pop_back();
     return QVR_OKAY;
   }
@@ -101,8 +101,9 @@ int EvidencePropagation::StepBackward() {
   if (IsDecisionOrUtility(parent)) {
     return QVR_OKAY;
   }
-  const int outcome = OnlyPossibleOutcome(*table, frame.pattern, static_cast<std::size_t>(place),
-                                          network.Entry(parent).node->GetNumberOfOutcomes());
+  const int outcome =
+      OnlyPossibleOutcome(*DefinitionOf(frame.handle), frame.pattern, static_cast<std::size_t>(place),
+                          network.Entry(parent).node->GetNumberOfOutcomes());
   if (outcome < 0) {
     return QVR_OKAY;
   }
@@ -129,23 +130,17 @@ int EvidencePropagation::Deduce(int from, int to, int outcome, bool& isNew) {
 
 bool EvidencePropagation::IsImpossible(int handle) {
   const int outcome = EvidenceOf(handle);
-  const QVR_Dmatrix* table = outcome >= 0 ? FamilyTable(handle) : nullptr;
-  if (table == nullptr) {
+  QVR_nodeDefinition* definition = DefinitionOf(handle);
+  if (outcome < 0 || definition == nullptr) {
     return false;
   }
   std::vector<int> pattern = FamilyPattern(handle);
   pattern.back() = outcome;
-  return table->AllEqual(0.0, pattern) == 1;
+  return definition->AllCellsEqual(0.0, pattern) == 1;
 }
 
-const QVR_Dmatrix* EvidencePropagation::FamilyTable(int handle) {
-  const QVR_nodeEntry& entry = network.Entry(handle);
-  QVR_Dmatrix* table = nullptr;
-  if (!entry.node->definition || entry.node->definition->GetMatrix(table) < 0 || table == nullptr ||
-      table->GetNumDimensions() != entry.parents.GetNumItems() + 1) {
-    return nullptr;
-  }
-  return table;
+QVR_nodeDefinition* EvidencePropagation::DefinitionOf(int handle) const {
+  return network.Entry(handle).node->definition.get();
 }
 
 std::vector<int> EvidencePropagation::FamilyPattern(int handle) const {

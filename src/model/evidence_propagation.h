@@ -4,7 +4,6 @@
 
 #include <vector>
 
-#include "model/dense_matrix.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -37,8 +36,7 @@ class EvidencePropagation {
   int StepBackward();
   void TurnBackward(Frame& frame);
   int Deduce(int from, int to, int outcome, bool& isNew);
-  // Null unless the node has a table with one dimension for each parent and one for itself.
-  [[nodiscard]] const QVR_Dmatrix* FamilyTable(int handle);
+  [[nodiscard]] QVR_nodeDefinition* DefinitionOf(int handle) const;  // null without
   // The evidence of each parent, -1 without; and -1 for the node itself.
   [[nodiscard]] std::vector<int> FamilyPattern(int handle) const;
   [[nodiscard]] bool IsDecisionOrUtility(int handle) const;

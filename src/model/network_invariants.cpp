@@ -70,6 +70,8 @@ bool HasRightShape(const QVR_network& network, const QVR_node& node) {
   switch (node.GetType()) {
     case kTypeCpt:
     case kTypeTruthTable:
+    case kTypeCast:
+    case kTypeDeMorgan:
       return HasTableOfShape(*node.definition, sizes, node.GetNumberOfOutcomes());
     case kTypeTable:
       return HasTableOfShape(*node.definition, sizes, 1);
@@ -88,6 +90,13 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
   for (int parent : network.GetParents(node.handle)) {
     if (!QVR_nodeDefinition::TakesParent(type, network.NodeAt(parent)->GetType())) {
       return "the definition doesn't take one of its parents";
+    }
+  }
+  if (QVR_nodeDefinition::IsDiscreteParentType(type) && type != kTypeList) {
+    for (int parent : network.GetParents(node.handle)) {
+      if (node.definition->GetParentDimension(parent) != network.NodeAt(parent)->GetNumberOfOutcomes()) {
+        return "the definition has no room for just the outcomes of a parent";
+      }
     }
   }
   if (!HasRightShape(network, node)) {
