@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -15,8 +16,11 @@
 
 namespace qvr {
 
+class QVR_ciDefinition;
 class QVR_network;
 class QVR_node;
+class QVR_noisyAdder;
+class QVR_noisyMAX;
 class QVR_nodeDefinition;
 
 // Fills the network from the file, or without a file name from the text. With an extension binding the
@@ -50,6 +54,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddProperties();
   void AddNodes();
   void AddDecisionNodes(Binding& nodes);  // xml_net_loader_decisions.cpp
+  void AddCanonicalNodes(Binding& nodes);  // xml_net_loader_canonical.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 
@@ -81,10 +86,50 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void StartProbabilities(IXmlReader& reader);
   void TakeDouble(IXmlReader& reader);
   void EndDoubles(IXmlReader& reader);
+  void MoveDoubles(QVR_doubleArray& to);
   void EndCpt(IXmlReader& reader);
   [[nodiscard]] long long CountParentConfigurations() const;
   [[nodiscard]] long long CountParentsWithoutOutcomes() const;
   [[nodiscard]] QVR_node& CurrentNode() const;
+  // The position of the word, the fallback for an empty one, or -2.
+  [[nodiscard]] static int FindWord(const std::string& word, std::span<const char* const> words,
+                                    int fallback);
+
+  // --- canonical nodes: xml_net_loader_canonical.cpp
+  bool ReadAdderFunction();
+  void TakeInt(IXmlReader& reader);
+  void TakeParentType(IXmlReader& reader);
+  void EndBaseline(IXmlReader& reader);
+  void EndPriorBelief(IXmlReader& reader);
+  void EndStrengths(IXmlReader& reader);
+  void EndDistinguishedStates(IXmlReader& reader);
+  void EndPositiveWeights(IXmlReader& reader);
+  void EndNegativeWeights(IXmlReader& reader);
+  void EndParentWeights(IXmlReader& reader);
+  void EndCiParameters(IXmlReader& reader);
+  void EndCast(IXmlReader& reader);
+  void EndDeMorgan(IXmlReader& reader);
+  void EndNoisyMax(IXmlReader& reader);
+  void EndNoisyAdder(IXmlReader& reader);
+  bool SetStrengths(QVR_noisyMAX& noisyMax);
+  bool SetDistinguishedStates(QVR_noisyAdder& adder);
+  void SetCiParameters(QVR_ciDefinition& ci);
+  bool RefuseOversizedParameters(long long most);
+  bool RefuseOversizedGate(long long configurations, long long most);
+
+  // What a canonical node has told. -1 is no chance, so that a missing one is refused.
+  struct CanonicalNumbers {
+    double baseline = -1.0;
+    double priorBelief = -1.0;
+    int function = 0;
+    QVR_doubleArray positiveWeights;
+    QVR_doubleArray negativeWeights;
+    QVR_doubleArray parentWeights;  // of DeMorgan, and of the noisy adder with the leak's
+    QVR_doubleArray ciParameters;
+    QVR_intArray parentTypes;
+    std::vector<int> strengths;
+    std::vector<int> distinguishedStates;
+  };
 
   // --- decisions, utilities and what parents determine: xml_net_loader_decisions.cpp
   void StartDoubles(IXmlReader& reader);
@@ -113,10 +158,12 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   std::vector<int> parentMarks;  // by handle: the mark of the last element that named it as a parent
   int parentMark = 0;
   std::vector<double> doubles;                     // the open list of numbers
+  std::vector<int> ints;                           // the same of integers
   QVR_doubleArray values;                          // the finished one
   std::map<std::string, int> resultingStateIndex;  // by name: its place in the order of first occurrence
   std::vector<int> resultingStates;                // such places
   std::vector<std::string> expressions;            // that parse
+  CanonicalNumbers canonical;
 
   Binding* rootBinding = nullptr;
   Binding* parentsBinding = nullptr;

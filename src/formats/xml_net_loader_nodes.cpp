@@ -24,15 +24,6 @@ constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxiliary"}
 constexpr int kAuxiliary = 2;
 constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // in DynamicType's order
 
-// The position of the word, the fallback for an empty one, or -2.
-int FindWord(const std::string& word, std::span<const char* const> words, int fallback) {
-  if (word.empty()) {
-    return fallback;
-  }
-  const auto found = std::find(words.begin(), words.end(), word);
-  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
-}
-
 }  // namespace
 
 struct XmlNetLoader::NodeAttributes {
@@ -60,6 +51,9 @@ void XmlNetLoader::StartNode(int definitionType) {
   extra.ranked = attributes.isRanked ? 1 : 0;
   extra.mandatory = attributes.isMandatory ? 1 : 0;
   ResetScratch();
+  if (definitionType == kTypeNoisyAdder) {
+    ReadAdderFunction();
+  }
 }
 
 // False after an error, as in all these steps.
@@ -84,6 +78,14 @@ bool XmlNetLoader::ReadWordAttributes(NodeAttributes& out) {
     return false;
   }
   return true;
+}
+
+int XmlNetLoader::FindWord(const std::string& word, std::span<const char* const> words, int fallback) {
+  if (word.empty()) {
+    return fallback;
+  }
+  const auto found = std::find(words.begin(), words.end(), word);
+  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
 }
 
 bool XmlNetLoader::CreateNode(int definitionType, const NodeAttributes& attributes) {
@@ -116,10 +118,12 @@ void XmlNetLoader::ResetScratch() {
   parents.clear();
   ++parentMark;
   doubles.clear();
+  ints.clear();
   values.CleanUp();
   resultingStateIndex.clear();
   resultingStates.clear();
   expressions.clear();
+  canonical = {};
 }
 
 void XmlNetLoader::EndNode(bool hasStates, DefinitionSetter applyDefinition) {
@@ -174,8 +178,15 @@ XmlNetLoader::TableDemand XmlNetLoader::MeasureTable(DefinitionSetter applyDefin
 // A few words can ask for a table of gigabytes. One that can't be built, or that the file's numbers don't
 // fill, is refused before its memory is touched, by the message that building it would end with.
 bool XmlNetLoader::RefuseOversizedTable(DefinitionSetter applyDefinition) {
-  const TableDemand demand = MeasureTable(applyDefinition);
+  const int type = definition->GetType();
+  if (type == kTypeNoisyMax || type == kTypeNoisyAdder) {
+    return RefuseOversizedParameters(kMaxReserved);
+  }
   const long long configurations = CountParentConfigurations();
+  if (type == kTypeCast || type == kTypeDeMorgan) {
+    return RefuseOversizedGate(configurations, kMaxReserved);
+  }
+  const TableDemand demand = MeasureTable(applyDefinition);
   if (configurations * demand.firstColumns > QVR_Dmatrix::kMaxElements) {
     Abort("AddArc failed");
   } else if (configurations * demand.columns > QVR_Dmatrix::kMaxElements) {
@@ -330,8 +341,11 @@ void XmlNetLoader::TakeDouble(IXmlReader& /*reader*/) {
   doubles.push_back(value);
 }
 
-void XmlNetLoader::EndDoubles(IXmlReader& /*reader*/) {
-  if (values.Assign(doubles) < 0) {
+void XmlNetLoader::EndDoubles(IXmlReader& /*reader*/) { MoveDoubles(values); }
+
+// The open list becomes a finished one.
+void XmlNetLoader::MoveDoubles(QVR_doubleArray& to) {
+  if (to.Assign(doubles) < 0) {
     Abort("Out of memory");
   }
   doubles.clear();

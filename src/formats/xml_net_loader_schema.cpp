@@ -89,6 +89,7 @@ void XmlNetLoader::AddNodes() {
   Binding& nodes = NewBinding("nodes", {});
   nodes.AddChild(cpt, kXmlRepeated);
   AddDecisionNodes(nodes);
+  AddCanonicalNodes(nodes);
   rootBinding->AddChild(nodes, 0);
 }
 

@@ -22,10 +22,8 @@ constexpr bool kReleaseBuild = false;
 // Large networks; with sanitizers on they would take minutes.
 bool IsSlow(const std::string& name) { return name == "barley" || name == "pigs" || name == "andes"; }
 
-// They hold kinds of definitions that don't load yet.
-bool IsLeftOut(const std::string& name) {
-  return name.starts_with("mixed_definitions") || name == "noisymax";
-}
+// They hold truth tables, which don't load yet.
+bool IsLeftOut(const std::string& name) { return name.starts_with("mixed_definitions"); }
 
 fs::path CaseFolder() { return fs::path(QVR_SHARED_DIR) / "cases"; }
 
