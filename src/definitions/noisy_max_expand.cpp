@@ -21,9 +21,8 @@ int QVR_noisyMAX::ExpandToCpt() {
   double* const rows = factors.GetItems().Vector().data();
   for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
     const std::vector<int>& owners = GetStrengths(parent);
-    for (const int owner : owners) {
-      std::copy_n(Row(offset + static_cast<int>(&owner - owners.data())).data(), width,
-                  rows + (offset + owner) * width);
+    for (std::size_t place = 0; place < owners.size(); ++place) {
+      std::copy_n(Row(offset + static_cast<int>(place)).data(), width, rows + (offset + owners[place]) * width);
     }
     offset += static_cast<int>(owners.size());
   }
