@@ -67,9 +67,10 @@ int QVR_binaryGate::RebuildFromNetwork() {
 }
 
 int QVR_binaryGate::AddParent(int parentHandle) {
+  const int before = table.GetNumDimensions();
   const int status = QVR_cpt::AddParent(parentHandle);
-  if (status >= 0 && DimensionOf(parentHandle) >= 0) {
-    OpenParent(DimensionOf(parentHandle));
+  if (table.GetNumDimensions() > before) {
+    OpenParent(ParentPosition(parentHandle));
     ComputeTable();
   }
   return status;

@@ -235,7 +235,20 @@ int QVR_nodeDefinition::OutcomesReordered(const QVR_intArray& order) {
     cost->ReorderParentOutcomes(handle, order);
   }
   const int result = node->value ? node->value->ReorderOutcomes(order) : QVR_OKAY;
+  if (order.Length() > 0 && order[0] != 0) {
+    NotifyGates();
+  }
   return status < 0 ? status : result;
+}
+
+// A gate takes a parent's first outcome for its true state: another one in its place can be a new meaning.
+void QVR_nodeDefinition::NotifyGates() {
+  const QVR_intArray& list = network->GetChildren(handle);
+  for (int child : std::vector<int>(list.begin(), list.end())) {
+    if ((network->NodeAt(child)->GetType() & (kTypeBitCast | kTypeBitDeMorgan)) != 0) {
+      network->NotifyChange(child, kNumbersChanged);
+    }
+  }
 }
 
 void QVR_nodeDefinition::OutcomesAdopted() {

@@ -39,6 +39,8 @@ enum DefinitionType : int {
 inline constexpr int kTypeBitDecision = 1;
 inline constexpr int kTypeBitUtility = 8;
 inline constexpr int kTypeBitDiscrete = 16;  // the node has outcomes
+inline constexpr int kTypeBitCast = 32;
+inline constexpr int kTypeBitDeMorgan = 64;
 
 // Codes of QVR_network::NotifyChange.
 inline constexpr int kOutcomesChanged = 64;
@@ -157,6 +159,7 @@ class QVR_nodeDefinition : public QVR_object {
   // Every child, also after a failure, whose code comes back: a child that can't follow is rebuilt, since a
   // table of the old shape would be read past its end.
   int TellChildren(const std::function<int(QVR_nodeDefinition&)>& follow);
+  void NotifyGates();
   // Retracts evidence, real, propagated or virtual, before the outcome set changes.
   void RetractEvidence();
   // A fresh value, for another number of outcomes; also the values that this node indexes.

@@ -22,7 +22,8 @@ int QVR_noisyMAX::ExpandToCpt() {
   for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
     const std::vector<int>& owners = GetStrengths(parent);
     for (std::size_t place = 0; place < owners.size(); ++place) {
-      std::copy_n(Row(offset + static_cast<int>(place)).data(), width, rows + (offset + owners[place]) * width);
+      std::copy_n(Row(offset + static_cast<int>(place)).data(), width,
+                  rows + (offset + owners[place]) * width);
     }
     offset += static_cast<int>(owners.size());
   }
