@@ -7,6 +7,7 @@
 
 #include "agreement/engine_trial.h"
 #include "support/log_guard.h"
+#include "support/random_canonical.h"
 
 namespace qvr {
 namespace {
@@ -38,9 +39,17 @@ void AddThresholds(QVR_network& network, TestRandom& random) {
 // Some nodes become deterministic: each row keeps its likeliest outcome alone.
 void AddTruthTables(QVR_network& network, TestRandom& random) {
   for (const int handle : AllNodes(network)) {
-    if (random.Chance(0.4)) {
+    if (network.NodeAt(handle)->GetType() == kTypeCpt && random.Chance(0.4)) {
       EXPECT_EQ(network.NodeAt(handle)->ChangeType(kTypeTruthTable), QVR_OKAY);
     }
+  }
+}
+
+// The split of noisy-MAX nodes: off, on by the field, or as the property says whatever the field is.
+void ChooseSplit(QVR_network& network, TestRandom& random) {
+  network.noisyMaxRelevance = random.Chance(0.5) ? 1 : 0;
+  if (random.Chance(0.5)) {
+    EXPECT_EQ(network.userProperties.Add("QVR_NOISYMAXRELEVANCE", random.Chance(0.7) ? "1" : "0"), QVR_OKAY);
   }
 }
 
@@ -51,11 +60,14 @@ void TryRandomNetwork(std::uint64_t seed, const TableStyle& style) {
   const ParentLists parents = RandomParents(nodeCount, 1 + random.Below(4), nodeCount, random);
   const std::vector<int> counts = RandomOutcomeCounts(nodeCount, 2, 4, 1 << 14, random);
   QVR_network network;
-  ASSERT_TRUE(FillNetwork(parents, counts, style, random, network));
+  const bool isMixed = random.Chance(0.6);
+  ASSERT_TRUE(isMixed ? FillMixedNetwork(parents, counts, style, random, network)
+                      : FillNetwork(parents, counts, style, random, network));
   if (seed % 3 == 0 && style.zeroFraction > 0) {
     AddTruthTables(network, random);
   }
   AddThresholds(network, random);
+  ChooseSplit(network, random);
   Trial trial(network);
   trial.CheckEngines();
   for (int step = 0; step < 6 && !testing::Test::HasFailure(); ++step) {

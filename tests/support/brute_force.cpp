@@ -1,8 +1,8 @@
 #include "support/brute_force.h"
 
-#include <span>
+#include <utility>
 
-#include "support/network_builder.h"
+#include "support/canonical_reference.h"
 
 namespace qvr {
 namespace {
@@ -48,17 +48,17 @@ JointSum::JointSum(QVR_network& network, const Observations& newObservations)
 
 void JointSum::Place(QVR_network& network, int handle) {
   std::size_t& place = placeOf[static_cast<std::size_t>(handle)];
-  QVR_Dmatrix* matrix = TableOf(network, handle);
-  if (place != kNotPlaced || matrix == nullptr) {
+  if (place != kNotPlaced) {
     return;
   }
-  JointNode node{handle, network.NodeAt(handle)->GetNumberOfOutcomes(), {}, {}};
+  JointNode node{handle, network.NodeAt(handle)->GetNumberOfOutcomes(), {}, ReferenceTable(network, handle)};
+  if (node.table.empty()) {
+    return;
+  }
   for (int parent : network.GetParents(handle)) {
     Place(network, parent);
     node.parents.push_back(placeOf[static_cast<std::size_t>(parent)]);
   }
-  const std::span<const double> cells = matrix->GetItems().Vector();
-  node.table.assign(cells.begin(), cells.end());
   place = nodes.size();
   nodes.push_back(std::move(node));
 }
