@@ -1,10 +1,12 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what formulas cost. Every network runs in a child process, so that none adds to another's peak memory.
+// what canonical nodes and formulas cost. Every network runs in a child process, so that none adds to
+// another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 
+#include "canonical_expansion.h"
 #include "formulas.h"
 #include "measurement.h"
 #include "model/network.h"
@@ -68,6 +70,7 @@ int main(int argumentCount, char** arguments) {
   for (const qvr::Workload& workload : workloads) {
     allMeasured = qvr::MeasureInChild(workload) && allMeasured;
   }
+  qvr::PrintCanonicalExpansion();
   allMeasured = qvr::MeasureFormulas() && allMeasured;
   return allMeasured ? 0 : 1;
 }
