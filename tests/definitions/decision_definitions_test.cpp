@@ -1,7 +1,6 @@
 // Truth tables, lists of choices and utility tables: what they refuse, and how they follow others.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 
 #include "definitions/decision_support.h"
@@ -26,7 +25,6 @@ struct Determined {
     network.AddArc(parent, node, kOrdinaryLayer);
   }
   QVR_truthTable& Table() { return DefinitionOf<QVR_truthTable>(network, node); }
-  Cells Numbers() { return CellsOf(*TableOf(network, node)); }
   Names States() {
     QVR_stringArray names;
     EXPECT_EQ(Table().GetResultingStates(names), 0);
@@ -42,62 +40,37 @@ struct Determined {
   int node;
 };
 
-TEST(TruthTable, RowsAreSetByNameOrByIndexOrNotAtAll) {
+TEST(TruthTable, StaysDeterministicWhateverHappens) {
   const struct {
-    std::function<int(QVR_truthTable&)> set;
+    const char* edit;
     int status;
-    Names states;
+    const char* states;
   } cases[] = {
-      {[](QVR_truthTable&) { return 0; }, 0, {"State0", "State0"}},
-      {[](QVR_truthTable& t) {
-         return t.SetResultingStates(QVR_intArray{2, 1});
-       },
-       0,
-       {"State2", "State1"}},
-      {[](QVR_truthTable& t) {
-         return t.SetResultingStates(QVR_intArray{2, 3});
-       },
-       -2,
-       {"State0", "State0"}},
-      {[](QVR_truthTable& t) {
-         return t.SetResultingStates(QVR_intArray{2, 1, 0, 0, 0, 0});
-       },
-       -4,
-       {"State0", "State0"}},
-      {[](QVR_truthTable& t) {
-         return t.SetResultingStates(Texts({"x", "State1"}));
-       },
-       0,
-       {"State0", "State1"}},
-      {[](QVR_truthTable& t) { return t.SetResultingStates(Texts({"State1"})); }, -4, {"State0", "State0"}},
+      {"1 leave", 0, "State0 State0"},
+      {"1 rows 2 1", 0, "State2 State1"},
+      {"1 rows 2 3", -2, "State0 State0"},
+      {"1 rows 2 1 0 0 0 0", -4, "State0 State0"},
+      {"1 states x State1", 0, "State0 State1"},
+      {"1 states State1", -4, "State0 State0"},
+      {"1 rows 2 1; 0 insert 1 x", 0, "State2 State2 State1"},  // of equal cells the last one wins
+      {"1 rows 2 1; 0 insert 1 x; 0 reorder 2 0 1", 0, "State1 State2 State2"},
+      {"1 rows 2 1; 1 reorder 1 2 0", 0, "State2 State1"},
+      {"1 rows 2 1; 0 insert 1 x; 0 remove 0", 0, "State2 State1"},
+      {"1 rows 2 1; 0 unlink 1; 0 link 1", 0, "State2 State2"},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(&row - cases);
+    SCOPED_TRACE(row.edit);
     Determined d;
-    EXPECT_EQ(row.set(d.Table()), row.status);
-    EXPECT_EQ(d.States(), row.states);
+    EXPECT_EQ(Edit(d.network, row.edit), row.status);
+    EXPECT_EQ(d.States(), Words(row.states));
     d.Table().CheckConsistency(1);
     EXPECT_TRUE(d.Table().IsConsistent());
+    EXPECT_EQ(d.network.CheckInvariants(), "");
   }
   Determined d;
   ASSERT_EQ(d.Table().SetProbabilities(Numbers({1, 0, 0, 0.5, 0.5, 0})), 0);
   EXPECT_FALSE(d.Table().IsConsistent());
   EXPECT_EQ(d.States(), (Names{"State0", "State0"}));
-}
-
-TEST(TruthTable, StaysDeterministicWhenParentsChange) {
-  Determined d;
-  ASSERT_EQ(d.Table().SetResultingStates(QVR_intArray{2, 1}), 0);
-  QVR_nodeDefinition& parent = *d.network.NodeAt(d.parent)->definition;
-  ASSERT_EQ(parent.InsertOutcome(1, "between"), 0);
-  EXPECT_EQ(d.States(), (Names{"State2", "State2", "State1"}));  // of equal cells the last one wins
-  ASSERT_EQ(parent.ReorderOutcomes({2, 0, 1}), 0);
-  EXPECT_EQ(d.States(), (Names{"State1", "State2", "State2"}));
-  ASSERT_EQ(d.Table().ReorderOutcomes({1, 2, 0}), 0);
-  EXPECT_EQ(d.States(), (Names{"State1", "State2", "State2"}));
-  ASSERT_EQ(parent.RemoveOutcome(1), 0);
-  EXPECT_EQ(d.Numbers(), (Cells{1, 0, 0, 0, 1, 0}));
-  EXPECT_EQ(d.network.CheckInvariants(), "");
 }
 
 TEST(TruthTable, TakesTheGreatestOfEachAdoptedRow) {
@@ -135,75 +108,30 @@ struct Decision {
 
 TEST(List, KeepsNamesAndValuesInStep) {
   const struct {
-    std::function<int(QVR_list&)> operation;
+    const char* edit;
     int status;
-    Names names;
+    const char* names;
     Cells values;
   } cases[] = {
-      {[](QVR_list& d) { return d.AddOutcome("b"); }, 0, {"a", "b", "c", "Choice3"}, {1, 2, 3, 0}},
-      {[](QVR_list& d) { return d.InsertOutcome(0, "e"); }, 0, {"e", "a", "b", "c"}, {0, 1, 2, 3}},
-      {[](QVR_list& d) { return d.InsertOutcome(4, "e"); }, -2, {"a", "b", "c"}, {1, 2, 3}},
-      {[](QVR_list& d) { return d.RemoveOutcome(1) + d.RemoveOutcome(0); }, -2, {"a", "c"}, {1, 3}},
-      {[](QVR_list& d) {
-         return d.ReorderOutcomes({2, 0, 1});
-       },
-       0,
-       {"c", "a", "b"},
-       {3, 1, 2}},
-      {[](QVR_list& d) {
-         return d.ReorderOutcomes({2, 2, 1});
-       },
-       -2,
-       {"a", "b", "c"},
-       {1, 2, 3}},
-      {[](QVR_list& d) {
-         return d.RenameOutcomes(Texts({"x", "x", "y", "z"}));
-       },
-       0,
-       {"x", "x0", "y"},
-       {1, 2, 3}},
-      {[](QVR_list& d) {
-         return d.RenameOutcomes(Texts({"x", "y"}));
-       },
-       -2,
-       {"a", "b", "c"},
-       {1, 2, 3}},
-      {[](QVR_list& d) {
-         return d.SetResultingStates(Texts({"1", "", "1"}));
-       },
-       0,
-       {"1", "", "1"},
-       {1, 2, 3}},
-      {[](QVR_list& d) {
-         return d.SetChoiceNames(Texts({"x", "y"}));
-       },
-       -2,
-       {"a", "b", "c"},
-       {1, 2, 3}},
-      {[](QVR_list& d) {
-         return d.SetChoiceValues({1, 2});
-       },
-       -2,
-       {"a", "b", "c"},
-       {1, 2, 3}},
-      {[](QVR_list& d) { return d.SetNumberOfOutcomes(-5); }, 0, {"Choice0", "Choice1"}, {}},
-      {[](QVR_list& d) {
-         return d.SetNumberOfOutcomes(Texts({"x", "y z", "u"}));
-       },
-       0,
-       {"Choice0", "Choice1", "Choice2"},
-       {}},
-      {[](QVR_list& d) { return d.SetNumberOfOutcomes(*d.GetOutcomeNames()); }, 0, {"a", "b", "c"}, {}},
+      {"0 add b", 0, "a b c Choice3", {1, 2, 3, 0}}, {"0 insert 0 e", 0, "e a b c", {0, 1, 2, 3}},
+      {"0 insert 4 e", -2, "a b c", {1, 2, 3}},      {"0 remove 1; 0 remove 0", -2, "a c", {1, 3}},
+      {"0 reorder 2 0 1", 0, "c a b", {3, 1, 2}},    {"0 reorder 2 2 1", -2, "a b c", {1, 2, 3}},
+      {"0 rename x x y z", 0, "x x0 y", {1, 2, 3}},  {"0 rename x y", -2, "a b c", {1, 2, 3}},
+      {"0 states 1 ? 1", 0, "1 ? 1", {1, 2, 3}},     {"0 states x y", -2, "a b c", {1, 2, 3}},
+      {"0 count -5", 0, "Choice0 Choice1", {}},      {"0 outcomes x y? u", 0, "Choice0 Choice1 Choice2", {}},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(&row - cases);
+    SCOPED_TRACE(row.edit);
     Decision d;
-    EXPECT_EQ(row.operation(d.list), row.status);
-    EXPECT_EQ(NamesOf(d.list), row.names);
-    const std::span<const double> values = d.list.GetChoiceValues().View();
-    EXPECT_EQ(Cells(values.begin(), values.begin() + d.list.GetChoiceValues().GetNumItems()), row.values);
+    EXPECT_EQ(d.list.SetChoiceValues({1, 2}), -2);
+    EXPECT_EQ(Edit(d.network, row.edit), row.status);
+    EXPECT_EQ(NamesOf(d.list), Words(row.names));
+    EXPECT_EQ(Cells(d.list.GetChoiceValues().begin(), d.list.GetChoiceValues().end()), row.values);
     EXPECT_EQ(d.network.CheckInvariants(), "");
   }
+  Decision d;
+  EXPECT_EQ(d.list.SetNumberOfOutcomes(*d.list.GetOutcomeNames()), 0);  // its own array
+  EXPECT_EQ(NamesOf(d.list), Words("a b c"));
 }
 
 TEST(List, AdoptsNamesAndItsParentsOnlyInform) {
@@ -235,53 +163,38 @@ TEST(List, AdoptsNamesAndItsParentsOnlyInform) {
 }
 
 TEST(UtilityTable, FollowsItsParents) {
-  using Edit = std::function<int(QVR_network&)>;
-  const auto definition = [](QVR_network& n, int node) -> QVR_nodeDefinition& {
-    return *n.NodeAt(node)->definition;
-  };
+  const Cells given = {1, 2, 3, 4, 5, 6};
   const struct {
-    Edit edit;
+    const char* edit;
+    int status;
     Cells expected;
   } cases[] = {
-      {[&](QVR_network& n) { return definition(n, 0).InsertOutcome(1, "x"); }, {1, 2, 3, 0, 0, 0, 4, 5, 6}},
-      {[&](QVR_network& n) { return definition(n, 1).RemoveOutcome(0); }, {2, 3, 5, 6}},
-      {[&](QVR_network& n) {
-         return definition(n, 1).ReorderOutcomes({2, 0, 1});
-       },
-       {3, 1, 2, 6, 4, 5}},
-      {[&](QVR_network& n) {
-         return definition(n, 2).ReorderParents({1, 0});
-       },
-       {1, 4, 2, 5, 3, 6}},
-      {[&](QVR_network& n) { return n.RemoveArc(0, 2, kOrdinaryLayer); }, {1, 2, 3}},
-      {[&](QVR_network& n) { return n.NodeAt(1)->ChangeType(kTypeTable); }, {1, 4}},
-      {[&](QVR_network& n) { return definition(n, 2).AbsorbRootParent(1); }, {2.25, 5.25}},
-      {[&](QVR_network& n) { return definition(n, 2).AbsorbRootParent(0); }, {-2}},
-      {[&](QVR_network& n) { return definition(n, 2).AbsorbObservedParent(0); }, {-2}},
-      {[&](QVR_network& n) {
-         return ValueOf(n, 0).SetEvidence(1) + definition(n, 2).AbsorbObservedParent(0);
-       },
-       {4, 5, 6}},
-      {[&](QVR_network& n) { return definition(n, 2).RebuildFromNetwork(); }, Cells(6, 0)},
+      {"0 insert 1 x", 0, {1, 2, 3, 0, 0, 0, 4, 5, 6}},
+      {"1 remove 0", 0, {2, 3, 5, 6}},
+      {"1 reorder 2 0 1", 0, {3, 1, 2, 6, 4, 5}},
+      {"2 parents 1 0; 2 parents 1 0", 0, given},  // the caller permutes the list
+      {"0 unlink 2", 0, {1, 2, 3}},
+      {"1 type 8", 0, {1, 4}},
+      {"2 absorbroot 1", 0, {2.25, 5.25}},
+      {"2 absorbroot 0", -2, given},
+      {"2 absorb 0", -2, given},
+      {"0 observe 1; 2 absorb 0", 0, {4, 5, 6}},
+      {"2 rebuild", 0, Cells(6, 0)},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(&row - cases);
+    SCOPED_TRACE(row.edit);
     QVR_network network;
     const int decision = network.AddNode(kTypeList, "d");
     const int chance = AddChance(network, "c", 3, {}, {0.25, 0.25, 0.5});
     const int node = AddNode(network, kTypeTable, "u", {decision, chance});
     QVR_table& table = DefinitionOf<QVR_table>(network, node);
     ASSERT_EQ(table.SetUtilities({1, 2, 3}), -2);
-    ASSERT_EQ(table.SetUtilities({1, 2, 3, 4, 5, 6}), 0);
-    const int status = row.edit(network);
-    const bool isRefused = row.expected == Cells{-2};
-    EXPECT_EQ(status, isRefused ? -2 : 0);
+    ASSERT_EQ(table.SetUtilities(Numbers(given)), 0);
+    EXPECT_EQ(Edit(network, row.edit), row.status);
     QVR_Dmatrix* matrix = nullptr;
     ASSERT_EQ(table.GetMatrix(matrix), 0);
-    EXPECT_EQ(CellsOf(*matrix), isRefused ? (Cells{1, 2, 3, 4, 5, 6}) : row.expected);
-    if (&row - cases != 3) {  // the caller of ReorderParents permutes the list
-      EXPECT_EQ(network.CheckInvariants(), "");
-    }
+    EXPECT_EQ(CellsOf(*matrix), row.expected);
+    EXPECT_EQ(network.CheckInvariants(), "");
   }
 }
 
