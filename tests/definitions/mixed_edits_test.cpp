@@ -2,8 +2,6 @@
 // does so after each, in the network and in its copies.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "definitions/decision_support.h"
 #include "support/log_guard.h"
 #include "support/random_network.h"
@@ -30,55 +28,35 @@ void SetFormulas(QVR_network& network, QVR_node& node, const std::string& id) {
 // Refusals are welcome: they must change nothing that counts.
 void EditSomething(QVR_network& network, TestRandom& random) {
   const std::vector<int> nodes = AllNodes(network);
-  const int kind = nodes.size() < 4 ? 0 : random.Below(14);
-  if (kind < 2) {
-    nodes.size() < 9 ? network.AddNode(kTypes[random.Below(5)], nullptr) : 0;
+  if (nodes.size() < 4 || (nodes.size() < 9 && random.Chance(0.1))) {
+    network.AddNode(kTypes[random.Below(5)], nullptr);
     return;
   }
-  const auto pick = [&] {
-    return nodes[static_cast<std::size_t>(random.Below(static_cast<int>(nodes.size())))];
-  };
-  const int handle = pick();
-  const int other = pick();
-  QVR_node& node = *network.NodeAt(handle);
-  const int count = std::max(node.GetNumberOfOutcomes(), 0);
-  QVR_intArray order;
-  for (int i = 0; i < count; ++i) {
-    order.Insert(random.Below(i + 1), i);
-  }
-  switch (kind) {
-    case 2:
-      network.RemoveArc(handle, other, kOrdinaryLayer);
-      break;
-    case 3:
-      count < 4 ? node.definition->InsertOutcome(random.Below(count + 1), "more") : 0;
-      break;
-    case 4:
-      node.definition->RemoveOutcome(random.Below(count + 1));
-      break;
-    case 5:
-      node.definition->ReorderOutcomes(order);
-      break;
-    case 6:
-      node.ChangeType(kTypes[random.Below(5)]);
-      break;
-    case 7:
-      node.value->AddIndexingParent(other);
-      break;
-    case 8:
-      node.value->SetEvidence(random.Below(3));
-      break;
-    case 9:
-      SetFormulas(network, node, network.NodeAt(other)->GetId());
-      break;
-    case 10:
-      node.SetId(("r" + std::to_string(random.Below(1000))).c_str());
-      break;
-    case 11:
-      random.Chance(0.5) ? network.DeleteNode(handle) : 0;
-      break;
-    default:
-      network.AddArc(handle, other, kOrdinaryLayer);
+  const int count = static_cast<int>(nodes.size());
+  const int handle = nodes[static_cast<std::size_t>(random.Below(count))];
+  const int other = nodes[static_cast<std::size_t>(random.Below(count))];
+  const std::string otherNode = std::to_string(other);
+  const std::string outcome = std::to_string(random.Below(4));
+  const std::string verbs[] = {"link " + otherNode,
+                               "link " + otherNode,
+                               "link " + otherNode,
+                               "unlink " + otherNode,
+                               "unlink " + otherNode,
+                               "insert " + outcome + " x",
+                               "remove " + outcome,
+                               "reorder 1 0",
+                               "reorder 1 2 0",
+                               "observe " + outcome,
+                               "name r" + outcome,
+                               "delete",
+                               "type " + std::to_string(kTypes[random.Below(5)])};
+  const int kind = random.Below(15);
+  if (kind < 13) {
+    Edit(network, std::to_string(handle) + " " + verbs[kind]);
+  } else if (kind == 13) {
+    network.NodeAt(handle)->value->AddIndexingParent(other);
+  } else {
+    SetFormulas(network, *network.NodeAt(handle), network.NodeAt(other)->GetId());
   }
 }
 

