@@ -14,7 +14,6 @@ namespace qvr {
 
 namespace {
 
-constexpr int kLeastOutcomes = 2;
 
 int Report(int code, const char* text, char* message, int messageSize) {
   if (message != nullptr && messageSize > 0) {
@@ -196,7 +195,7 @@ int QVR_ciDefinition::ResetParameters() {
   upToDate = false;
   expandedTable.CleanUp();
   blockSizes.clear();
-  if (int status = AddStateNames(outcomeNames, kLeastOutcomes); status < 0) {
+  if (int status = FillUpNames(outcomeNames, "State", kLeastOutcomes); status < 0) {
     return status;
   }
   const int count = GetNumberOfOutcomes();

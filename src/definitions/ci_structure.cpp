@@ -172,7 +172,7 @@ int QVR_ciDefinition::InsertOutcomeAt(int position, const char* name) {
   }
   grown.ShiftItemsUp(1, position, 0.0);
   RetractEvidence();  // may start an update, which still finds the old outcomes
-  if (int status = InsertOutcomeName(outcomeNames, position, name); status < 0) {
+  if (int status = InsertName(outcomeNames, position, name, "State"); status < 0) {
     return status;
   }
   ciWeights.Swap(grown);
@@ -259,7 +259,7 @@ int QVR_ciDefinition::SetNumberOfOutcomes(int count) {
     return status;
   }
   QVR_idArray newNames;
-  if (int status = AddStateNames(newNames, count); status < 0) {
+  if (int status = FillUpNames(newNames, "State", count); status < 0) {
     return status;
   }
   return ReplaceOutcomes(outcomeNames, newNames);

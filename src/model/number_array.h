@@ -91,6 +91,7 @@ class NumberArray {
 
 // -2 unless each of 0 to size - 1 occurs exactly once; -42 if memory is short.
 [[nodiscard]] int TestPermutation(std::span<const int> order);
+[[nodiscard]] inline bool IsPermutation(std::span<const int> order) { return TestPermutation(order) == 0; }
 
 using QVR_intArray = NumberArray<int>;
 using QVR_doubleArray = NumberArray<double>;

@@ -128,9 +128,9 @@ TEST(UpdateDriver, SolvesAroundDecisionsAndUtilities) {
 TEST(VirtualEvidence, LeavesNoTraceWhenMemoryRunsOut) {
   const LogGuard log;
   QVR_network network;
-  const int a = AddChance(network, "a", 3, {}, {0.2, 0.3, 0.5});
-  const int b = AddChance(network, "b", 2, {a}, {0.9, 0.1, 0.4, 0.6, 0.3, 0.7});
-  ASSERT_EQ(SetLikelihoods(network, a, {0.5, 0.25, 0.25}), QVR_OKAY);
+  const int a = AddChance(network, "a", 4, {}, {0.2, 0.3, 0.4, 0.1});
+  const int b = AddChance(network, "b", 2, {a}, {0.9, 0.1, 0.4, 0.6, 0.3, 0.7, 0.5, 0.5});
+  ASSERT_EQ(SetLikelihoods(network, a, {0.5, 0.25, 0.125, 0.125}), QVR_OKAY);
   ASSERT_EQ(SetLikelihoods(network, b, {0.75, 0.25}), QVR_OKAY);
   network.SetUpdateFlags(network.GetUpdateFlags() | UPDATE_IMMEDIATELY);
   const std::string before = Describe(network);
