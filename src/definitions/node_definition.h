@@ -75,7 +75,7 @@ class QVR_nodeDefinition : public QVR_object {
   virtual int ReorderParentOutcomes(int parentHandle, const QVR_intArray& order);
   // The parent list was permuted.
   virtual int ReorderParents(const QVR_intArray& order);
-  // A parent's identifier is about to change. The base does nothing.
+  // A parent's or this node's own identifier is about to change. The base does nothing.
   virtual int RenameParent(int parentHandle, const char* oldId, const char* newId);
   virtual int ChangeHook(int code);  // the base returns 0
   virtual int ForwardChange(int code);

@@ -60,7 +60,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   void GetAllNodes(QVR_intArray& list) const;  // appends
   // The lowest handle with this identifier, or -2.
   [[nodiscard]] int FindNode(const char* identifier) const;
-  // Whether the node may be renamed; tells the children's definitions. The caller stores the text.
+  // Whether the node may be renamed; tells its and the children's definitions. The caller stores the text.
   bool ChangeNodeId(int handle, const char* oldId, const char* newId);
   // Whether another node or a submodel has the identifier, by the rules of AddNode and ChangeNodeId.
   [[nodiscard]] bool IsIdentifierTaken(const char* identifier, int exceptHandle) const;

@@ -150,6 +150,9 @@ bool QVR_network::ChangeNodeId(int handle, const char* oldId, const char* newId)
   if ((loadFlags & kLoadAcceptsDuplicateIds) == 0 && IsIdentifierTaken(newId, handle)) {
     return false;
   }
+  if (QVR_nodeDefinition* definition = Entry(handle).node->definition.get()) {
+    definition->RenameParent(handle, oldId, newId);  // an equation names its own node, too
+  }
   for (int child : Entry(handle).children) {
     if (QVR_nodeDefinition* definition = Entry(child).node->definition.get()) {
       definition->RenameParent(handle, oldId, newId);

@@ -1,0 +1,140 @@
+#include "definitions/equation_definition.h"
+
+#include <utility>
+
+#include "model/error_log.h"
+#include "model/network.h"
+
+namespace qvr {
+
+namespace {
+
+bool IsZero(const QVR_expression& side) {
+  const QVR_constant* constant = AsConstant(side);
+  return constant != nullptr && constant->value == 0.0;
+}
+
+}  // namespace
+
+std::string EquationDefinition::OwnId() const {
+  const QVR_node* node = OwnNode();
+  return node != nullptr ? node->GetId() : std::string();
+}
+
+std::vector<int> EquationDefinition::GetDescendants() const {
+  QVR_intArray list;
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    network->GetDescendants(handle, list);
+  }
+  return {list.begin(), list.end()};
+}
+
+int EquationDefinition::Refuse(const std::string& message, std::string* errorText) {
+  if (errorText != nullptr) {
+    *errorText = message;
+  }
+  return GetErrorLog().Log(QVR_OUT_OF_RANGE, message);
+}
+
+EquationPair EquationDefinition::MakeDefault(const std::vector<std::string>& summands) const {
+  return {MakeVariable(OwnId()), MakeSum(summands)};
+}
+
+void EquationDefinition::AppendParentIds(int withoutParent, std::vector<std::string>& names) const {
+  if (network == nullptr) {
+    return;
+  }
+  for (int parent : network->GetParents(handle)) {
+    if (parent != withoutParent) {
+      names.push_back(network->NodeAt(parent)->GetId());
+    }
+  }
+}
+
+void EquationDefinition::EquationChanged() {
+  equation.UpdateFlags();
+  ForgetResults();
+  ForgetTables();
+}
+
+void EquationDefinition::ForgetTables() {
+  ForgetTable();
+  if (network == nullptr) {
+    return;
+  }
+  for (int child : network->GetChildren(handle)) {
+    auto* definition = dynamic_cast<EquationDefinition*>(network->NodeAt(child)->definition.get());
+    if (definition != nullptr) {
+      definition->ForgetTable();
+    }
+  }
+}
+
+void EquationDefinition::InvalidateValues() {
+  std::vector<int> affected = GetDescendants();
+  affected.push_back(handle);
+  for (int node : affected) {
+    QVR_nodeValue* value = network != nullptr ? network->NodeAt(node)->value.get() : nullptr;
+    if (value != nullptr && !value->HasEvidence()) {
+      value->SetValueInvalid();
+    }
+  }
+}
+
+int EquationDefinition::AddParent(int parentHandle) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const QVR_node* parent = ParentNode(parentHandle);
+  if (parent == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (!TakesParent(GetType(), parent->GetType())) {
+    return Refuse("Only QVR_equation or QVR_equationSCC can be the parents.", nullptr);
+  }
+  ExpressionPtr variable = MakeVariable(parent->GetId());
+  if (IsZero(*equation.right)) {
+    equation.right = std::move(variable);
+  } else {
+    // The sum and the "=" each make the equation higher by one.
+    if (equation.right->GetHeight() + 2 > kMaxExpressionHeight) {
+      return QVR_OUT_OF_MEMORY;
+    }
+    equation.right = MakeBinary(ExpressionType::Plus, std::move(equation.right), std::move(variable));
+  }
+  EquationChanged();
+  return QVR_OKAY;
+}
+
+int EquationDefinition::RemoveParent(int parentHandle) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (ParentPosition(parentHandle) < 0) {
+    return QVR_OUT_OF_RANGE;
+  }
+  std::vector<std::string> names = GetOwnVariables();
+  AppendParentIds(parentHandle, names);
+  equation = MakeDefault(names);
+  EquationChanged();
+  return QVR_OKAY;
+}
+
+int EquationDefinition::RenameParent(int /*parentHandle*/, const char* oldId, const char* newId) {
+  if (oldId == nullptr || newId == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  equation.RenameVariable(oldId, newId);
+  EquationChanged();
+  return QVR_OKAY;
+}
+
+int EquationDefinition::RebuildFromNetwork() {
+  equation = MakeDefault(GetOwnVariables());
+  EquationChanged();
+  CheckReady(1);
+  AddAllParents();
+  return QVR_OKAY;
+}
+
+}  // namespace qvr
