@@ -5,6 +5,8 @@
 #include "definitions/cast.h"
 #include "definitions/cpt.h"
 #include "definitions/demorgan.h"
+#include "definitions/equation.h"
+#include "definitions/equation_scc.h"
 #include "definitions/list.h"
 #include "definitions/mau.h"
 #include "definitions/noisy_adder.h"
@@ -14,6 +16,8 @@
 #include "model/network.h"
 #include "model/node.h"
 #include "values/belief_vector.h"
+#include "values/continuous_value.h"
+#include "values/eq_evaluation.h"
 #include "values/expected_utility.h"
 #include "values/list_of_decisions.h"
 #include "values/mau_expected_utility.h"
@@ -69,6 +73,8 @@ constexpr DefinitionClass kDefinitionClasses[] = {
     DefinitionRow<QVR_noisyMAX>(kTypeNoisyMax, kValueBeliefVector),
     DefinitionRow<QVR_noisyAdder>(kTypeNoisyAdder, kValueBeliefVector),
     DefinitionRow<QVR_mau>(kTypeMau, kValueMauExpectedUtility),
+    DefinitionRow<QVR_equation>(kTypeEquation, kValueEqEvaluation),
+    DefinitionRow<QVR_equationSCC>(kTypeEquationScc, kValueEqEvaluation),
 };
 
 constexpr ValueClass kValueClasses[] = {
@@ -76,6 +82,8 @@ constexpr ValueClass kValueClasses[] = {
     ValueRow<QVR_expectedUtility>(kValueExpectedUtility),
     ValueRow<QVR_listOfDecisions>(kValueListOfDecisions),
     ValueRow<QVR_mauExpectedUtility>(kValueMauExpectedUtility),
+    ValueRow<QVR_valEqEvaluation>(kValueEqEvaluation),
+    ValueRow<QVR_valcontinuous>(kValueContinuous),
 };
 
 const DefinitionClass* FindDefinitionClass(int type) {
