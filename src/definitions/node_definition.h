@@ -41,6 +41,7 @@ inline constexpr int kTypeBitUtility = 8;
 inline constexpr int kTypeBitDiscrete = 16;  // the node has outcomes
 inline constexpr int kTypeBitCast = 32;
 inline constexpr int kTypeBitDeMorgan = 64;
+inline constexpr int kTypeBitHybrid = 2048 | 4096;  // discrete child of hybrid parents, or continuous
 
 // Codes of QVR_network::NotifyChange.
 inline constexpr int kOutcomesChanged = 64;

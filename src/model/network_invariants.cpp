@@ -82,6 +82,16 @@ bool HasRightShape(const QVR_network& network, const QVR_node& node) {
   }
 }
 
+int CountCombinations(const QVR_network& network, int handle) {
+  QVR_intArray discrete;
+  network.GetDiscreteParents(handle, kOrdinaryLayer, discrete);
+  int count = 1;
+  for (int parent : discrete) {
+    count *= network.NodeAt(parent)->GetNumberOfOutcomes();
+  }
+  return count;
+}
+
 std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
   const int type = node.GetType();
   if (node.definition->GetHandle() != node.handle || node.definition->GetNetwork() != &network) {
@@ -101,6 +111,9 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
   }
   if (!HasRightShape(network, node)) {
     return "the table hasn't the shape that the parents and outcomes give";
+  }
+  if ((type & kTypeBitHybrid) != 0 && node.definition->GetSize() != CountCombinations(network, node.handle)) {
+    return "there isn't an element for each combination of the discrete parents";
   }
   const QVR_stringArray* names = node.definition->GetOutcomeNames();
   if (names != nullptr && names->GetNumItems() != node.GetNumberOfOutcomes()) {

@@ -4,6 +4,8 @@
 
 #include "definitions/cast.h"
 #include "definitions/cpt.h"
+#include "definitions/def_continuous.h"
+#include "definitions/def_dchild_hparent.h"
 #include "definitions/demorgan.h"
 #include "definitions/equation.h"
 #include "definitions/equation_scc.h"
@@ -75,6 +77,9 @@ constexpr DefinitionClass kDefinitionClasses[] = {
     DefinitionRow<QVR_mau>(kTypeMau, kValueMauExpectedUtility),
     DefinitionRow<QVR_equation>(kTypeEquation, kValueEqEvaluation),
     DefinitionRow<QVR_equationSCC>(kTypeEquationScc, kValueEqEvaluation),
+    DefinitionRow<QVR_defDchildHparent>(kTypeDChildHParent, kValueBeliefVector),
+    DefinitionRow<QVR_defDistribution>(kTypeDistribution, kValueContinuous),
+    DefinitionRow<QVR_defHEquation>(kTypeHEquation, kValueContinuous),
 };
 
 constexpr ValueClass kValueClasses[] = {
