@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "definitions/equation.h"
 #include "formats/xml_error_handler.h"
 #include "formats/xml_handler.h"
 #include "formats/xml_reader.h"
@@ -55,6 +56,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddNodes();
   void AddDecisionNodes(Binding& nodes);  // xml_net_loader_decisions.cpp
   void AddCanonicalNodes(Binding& nodes);  // xml_net_loader_canonical.cpp
+  void AddEquationNodes(Binding& nodes);  // xml_net_loader_equation.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 
@@ -143,6 +145,11 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   [[nodiscard]] std::string WrongStateCount(long long expected) const;
   [[nodiscard]] std::string WrongExpressionCount(long long expected) const;
 
+  // --- nodes of equations: xml_net_loader_equation.cpp
+  void StartEquationDefinition(IXmlReader& reader);
+  void StartInterval(IXmlReader& reader);
+  void EndEquation(IXmlReader& reader);
+
   QVR_network& network;
   int currentNode = -1;  // the handle of the node that is or was last open
   QVR_nodeDefinition* definition = nullptr;
@@ -163,6 +170,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   std::map<std::string, int> resultingStateIndex;  // by name: its place in the order of first occurrence
   std::vector<int> resultingStates;                // such places
   std::vector<std::string> expressions;            // that parse
+  std::vector<DiscretizationInterval> intervals;
   CanonicalNumbers canonical;
 
   Binding* rootBinding = nullptr;

@@ -52,6 +52,7 @@ void XmlNetLoader::TakeResultingState(IXmlReader& /*reader*/) {
   resultingStates.push_back(resultingStateIndex.try_emplace(GetRawText(), next).first->second);
 }
 
+// Only the syntax is tested here; the names in it are once the node is complete.
 void XmlNetLoader::EndExpression(IXmlReader& /*reader*/) {
   std::string reason;
   if (QVR_expression::Parse(GetRawText().c_str(), &reason, nullptr) == nullptr) {

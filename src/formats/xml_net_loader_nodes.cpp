@@ -123,6 +123,7 @@ void XmlNetLoader::ResetScratch() {
   resultingStateIndex.clear();
   resultingStates.clear();
   expressions.clear();
+  intervals.clear();
   canonical = {};
 }
 

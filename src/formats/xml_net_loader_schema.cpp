@@ -90,6 +90,7 @@ void XmlNetLoader::AddNodes() {
   nodes.AddChild(cpt, kXmlRepeated);
   AddDecisionNodes(nodes);
   AddCanonicalNodes(nodes);
+  AddEquationNodes(nodes);
   rootBinding->AddChild(nodes, 0);
 }
 
