@@ -191,6 +191,10 @@ int QVR_defHybrid::RebuildFromNetwork() {
   return QVR_OKAY;
 }
 
+bool QVR_defHybrid::HasDimensionsOf(const QVR_defHybrid& other) const {
+  return std::ranges::equal(elements.GetDimensions(), other.elements.GetDimensions());
+}
+
 int QVR_defHybrid::AdoptFrom(QVR_nodeDefinition& other) {
   if (!other.IsReady()) {
     return QVR_OBJECT_NOT_READY;
@@ -198,15 +202,15 @@ int QVR_defHybrid::AdoptFrom(QVR_nodeDefinition& other) {
   if (&other == this) {
     return QVR_OKAY;
   }
-  QVR_nodeDefinition::AdoptFrom(other);
   const auto* source = other.GetType() == GetType() ? dynamic_cast<const QVR_defHybrid*>(&other) : nullptr;
   if (source != nullptr) {
     AdoptContent(*source);
-    elements = ElementTable<QVR_Helement>(source->elements);
-    parents = source->parents;
   } else {
     ResetContent();
-    RebuildFromNetwork();
+  }
+  RebuildFromNetwork();
+  if (source != nullptr && HasDimensionsOf(*source)) {
+    elements = ElementTable<QVR_Helement>(source->elements);
   }
   OutcomesAdopted();
   CheckReady(1);

@@ -26,7 +26,8 @@ class QVR_defHybrid : public QVR_nodeDefinition {
   int RenameParent(int parentHandle, const char* oldId, const char* newId) override;
   [[nodiscard]] int GetSize() const override { return elements.GetSize(); }  // number of elements
   int RebuildFromNetwork() override;
-  // Only from the same class; else -2 and a fresh definition.
+  // Only from the same class, and elements only if the parents have the same outcome counts. Another class
+  // leaves a fresh definition, with -2.
   int AdoptFrom(QVR_nodeDefinition& other) override;
   [[nodiscard]] int TestParentGrowth(int parentHandle) const override;
   [[nodiscard]] int GetParentDimension(int parentHandle) const override;
@@ -67,6 +68,7 @@ class QVR_defHybrid : public QVR_nodeDefinition {
   // The place of the parent's dimension, or -2 if it has none.
   [[nodiscard]] int DimensionOf(int parentHandle) const;
   [[nodiscard]] int StatusWithoutDimension(int parentHandle) const;
+  [[nodiscard]] bool HasDimensionsOf(const QVR_defHybrid& other) const;
   void ReplaceElementsNaming(const std::string& id);
 
   std::vector<Parent> parents;  // in the network's order

@@ -58,7 +58,6 @@ int QVR_equation::AdoptFrom(QVR_nodeDefinition& other) {
   if (&other == this) {
     return QVR_OKAY;
   }
-  QVR_nodeDefinition::AdoptFrom(other);
   const auto* source = dynamic_cast<const QVR_equation*>(&other);
   QVR_equation copy = source != nullptr ? QVR_equation(*source) : QVR_equation(network, handle);
   std::swap(equation, copy.equation);

@@ -38,7 +38,6 @@ int QVR_equationSCC::AdoptFrom(QVR_nodeDefinition& other) {
   if (&other == this) {
     return QVR_OKAY;
   }
-  QVR_nodeDefinition::AdoptFrom(other);
   const auto* source = dynamic_cast<const QVR_equationSCC*>(&other);
   if (source != nullptr) {
     equation = source->equation;
