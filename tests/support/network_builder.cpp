@@ -1,6 +1,7 @@
 #include "support/network_builder.h"
 
 #include "definitions/cpt.h"
+#include "definitions/equation.h"
 
 namespace qvr {
 
@@ -21,6 +22,17 @@ int AddChance(QVR_network& network, const char* id, int outcomeCount, const std:
     }
   }
   const int status = SetTable(network, handle, table);
+  return status < 0 ? status : handle;
+}
+
+int AddEquation(QVR_network& network, const char* id, const char* text, double lower, double upper) {
+  const int handle = network.AddNode(kTypeEquation, id);
+  if (handle < 0) {
+    return handle;
+  }
+  auto& definition = dynamic_cast<QVR_equation&>(*network.NodeAt(handle)->definition);
+  definition.SetBounds(lower, upper);
+  const int status = definition.SetEquation(text);
   return status < 0 ? status : handle;
 }
 

@@ -12,6 +12,9 @@ namespace qvr {
 // parent fastest). The handle, or the code of the first step that failed.
 int AddChance(QVR_network& network, const char* id, int outcomeCount, const std::vector<int>& parents,
               const std::vector<double>& table);
+// An equation node; parents follow from the text. The handle, or the code of the first step that failed.
+int AddEquation(QVR_network& network, const char* id, const char* text, double lower = -1.0,
+                double upper = 1.0);
 // -2 if the node has no table of this length.
 int SetTable(QVR_network& network, int handle, const std::vector<double>& table);
 // Null for a node without a table.
