@@ -33,6 +33,11 @@ std::string Cpt(const std::string& id, const std::string& children) {
 }
 std::string Root(const std::string& id) { return Cpt(id, "<probabilities>.5 .5</probabilities>"); }
 
+std::string Equation(const std::string& id, const std::string& formula, const std::string& intervals = "") {
+  return "<equation id='" + id + "'><definition>" + formula + "</definition>" +
+         (intervals.empty() ? "" : "<discretization>" + intervals + "</discretization>") + "</equation>\n";
+}
+
 struct ErrorCase {
   const char* what;
   std::string text;
@@ -77,6 +82,18 @@ const ErrorCase kErrorCases[] = {
     {"short table", Document(Cpt("a", "<probabilities>1</probabilities>")), "3, 76: SetProbabilities failed"},
     {"no number", Document(Cpt("a", "<probabilities>1\n0x1 .5. 2</probabilities>")),
      "4, 0: Can't read list of doubles, failed at element 3"},
+    {"formula syntax", Document(Equation("x", "x=(1")), "3, 33: Invalid expression: ')' expected"},
+    {"formula of unknown", Document(Equation("x", "x=y")),
+     "3, 45: SetEquation failed: 'Unknown node identifier: y'"},
+    {"no formula", Document("<equation id='x'/>"), "3, 18: SetEquation failed: 'Equation cannot be empty.'"},
+    {"bound", Document("<equation id='x'><definition lower='a'>x=0</definition></equation>"),
+     "3, 17: Floating point value expected for attribute 'lower'"},
+    {"one interval", Document(Equation("x", "x=0", "<interval upper='0'/>")),
+     "3, 99: SetDiscIntervals failed: 'x'"},
+    {"no interval", Document(Equation("x", "x=0", " ")),
+     "3, 62: Required element 'interval' not present in element 'discretization'"},
+    {"chance parent", Document(Root("a") + "<equation id='x'><parents>a</parents></equation>"),
+     "4, 37: AddArc failed"},
     {"node property", Document(Cpt("a", "<property id='2'/>")), "3, 62: Can't add node property: '2'"},
 };
 
@@ -164,6 +181,36 @@ TEST(XmlNetLoader, BuildsNodesWhateverTheOrderOfTheirElements) {
   EXPECT_STREQ(network.NodeAt(a)->info->userProperties.GetValue(0), "\tx");
   EXPECT_STREQ(network.NodeAt(a)->definition->GetOutcomeNames()->Get(2), "high");
   EXPECT_EQ(CellsOf(network, b), (Doubles{1, 0, .5, .5, 0, 1, .1, .9, .125, .5, 0, 1}));
+  EXPECT_EQ(network.CheckInvariants(), "");
+}
+
+TEST(XmlNetLoader, BuildsEquations) {
+  const LogGuard guard;
+  QVR_network network;
+  ASSERT_TRUE(
+      Load(Document(Equation("y", "y = Normal(0, 1)") + Equation("z", "z=3") +
+                    "<equation id='x' target='true'><parents>y z</parents><discretization>"
+                    "<interval label='low' upper='-1e1'/><interval upper='0.5'/>"
+                    "<interval label='high' upper='99'/></discretization>"
+                    "<definition lower='-20' upper='20'> x = z *\n(y &lt; z) </definition></equation>"),
+           network))
+      << LogGuard::Messages()[0];
+  EXPECT_EQ(GetErrorLog().GetCount(), 0);
+  const auto& x = dynamic_cast<const QVR_equation&>(*network.NodeAt(2)->definition);
+  EXPECT_EQ(x.GetEquation().GetText(), "x=z*(y<z)");
+  ASSERT_EQ(network.GetNumberOfParents(2), 2);
+  EXPECT_EQ(network.GetParents(2)[0], 1);  // the order of the formula
+  EXPECT_TRUE(x.GetLowerBound() == -20 && x.GetUpperBound() == 20);
+  Strings ids;
+  Doubles bounds;
+  for (const DiscretizationInterval& interval : x.GetDiscIntervals()) {
+    ids.push_back(interval.id);
+    bounds.push_back(interval.upperBound);
+  }
+  EXPECT_EQ(ids, (Strings{"low", "o__1__", "high"}));
+  EXPECT_EQ(bounds, (Doubles{-10, 0.5, 20}));
+  const auto& y = dynamic_cast<const QVR_equation&>(*network.NodeAt(0)->definition);
+  EXPECT_TRUE(y.GetLowerBound() == -1 && y.GetUpperBound() == 1 && y.GetDiscIntervals().empty());
   EXPECT_EQ(network.CheckInvariants(), "");
 }
 
