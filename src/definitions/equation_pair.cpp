@@ -10,7 +10,7 @@ namespace qvr {
 namespace {
 
 // Sums with more terms are added up in blocks, since a formula's height is limited.
-constexpr std::size_t kLongestChain = 1000;
+constexpr std::size_t kLongestChain = 9000;
 
 ExpressionPtr AddUp(std::vector<ExpressionPtr>::iterator first, std::vector<ExpressionPtr>::iterator last) {
   ExpressionPtr sum = std::move(*first);
