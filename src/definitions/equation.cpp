@@ -19,6 +19,18 @@ std::vector<std::string> NamesOf(const EquationPair& equation, const std::string
   return names;
 }
 
+// Raises the flag for its lifetime.
+class ReplacingScope {
+ public:
+  explicit ReplacingScope(bool& newFlag) : flag(newFlag) { flag = true; }
+  ~ReplacingScope() { flag = false; }
+  ReplacingScope(const ReplacingScope&) = delete;
+  ReplacingScope& operator=(const ReplacingScope&) = delete;
+
+ private:
+  bool& flag;
+};
+
 std::vector<int> Handles(const QVR_intArray& list) { return {list.begin(), list.end()}; }
 
 }  // namespace
@@ -152,14 +164,13 @@ int QVR_equation::ReplaceParents(const std::vector<int>& wanted) {
     return QVR_OKAY;
   }
   const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // arcs and equation don't fit yet
-  replacingParents = true;
+  const ReplacingScope scope(replacingParents);
   RemoveParents();
   const int status = AddParents(wanted);
   if (status < 0) {
     RemoveParents();
     AddParents(old);
   }
-  replacingParents = false;
   return status;
 }
 
