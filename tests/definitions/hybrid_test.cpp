@@ -176,7 +176,11 @@ TEST(Hybrid, DiscreteChildrenKeepTheirElementsInStepWithTheirOutcomes) {
   EXPECT_STREQ(discrete.GetOutcomeNames()->Get(1), "State1");
   EXPECT_EQ(discrete.SetNumberOfOutcomes(3), -19);
   EXPECT_EQ(network.NodeAt(h)->ChangeType(kTypeDistribution), 0);
-  EXPECT_EQ(network.NodeAt(h)->definition->AdoptFrom(discrete), -2);
+  auto& distribution = DefinitionOf<QVR_defDistribution>(network, h);
+  EXPECT_EQ(distribution.SetUpperBound(3), 0);
+  EXPECT_EQ(distribution.AdoptFrom(discrete), -2);
+  EXPECT_TRUE(distribution.GetLowerBound() == -10 && distribution.GetUpperBound() == 10);
+  EXPECT_EQ(distribution.GetSize(), 2);
   EXPECT_EQ(network.NodeAt(h)->ChangeType(kTypeCpt), 0);
   EXPECT_EQ(network.CheckInvariants(), "");
 }
