@@ -1,6 +1,8 @@
 #include "definitions/noisy_adder.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numeric>
 
 #include "definitions/table_expansion.h"
 #include "model/network.h"
@@ -20,6 +22,14 @@ QVR_noisyAdder::QVR_noisyAdder(QVR_network* newNetwork, int newHandle)
   if (ResetParameters() >= 0) {
     AddPresentParents();
   }
+}
+
+void QVR_noisyAdder::CheckConsistency(int deep) {
+  QVR_ciDefinition::CheckConsistency(deep);
+  const double total = std::accumulate(adderWeights.begin(), adderWeights.end(), 0.0);
+  const bool isNegative =
+      std::any_of(adderWeights.begin(), adderWeights.end(), [](double x) { return x < 0; });
+  SetConsistent(IsConsistent() && std::isfinite(total) && !isNegative);
 }
 
 int QVR_noisyAdder::GetType() const { return kTypeNoisyAdder; }

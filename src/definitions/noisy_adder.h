@@ -20,6 +20,7 @@ class QVR_noisyAdder : public QVR_ciDefinition {
   QVR_noisyAdder(QVR_network* newNetwork, int newHandle);
   QVR_noisyAdder(const QVR_noisyAdder& other) = default;  // deep clone; nobody is told
 
+  void CheckConsistency(int deep) override;  // weights, too, must not be negative, nor without a finite sum
   [[nodiscard]] int GetType() const override;
   [[nodiscard]] const char* GetTypeName() const override;
   // A parent's new outcome is certain of the distinguished outcome.

@@ -96,8 +96,8 @@ bool QVR_noisyMAX::IsRuledOut(std::span<const int> pattern) const {
   bool anyFalls = falls(leak);
   for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
     const RowRange rows = SelectedRows(parent, offset, pattern[static_cast<std::size_t>(parent)]);
-    bool possible = false;
-    for (int row = rows.first; row < rows.first + rows.count; ++row) {
+    bool possible = rows.count > 1;  // with the distinguished row
+    for (int row = rows.first; row < rows.first + rows.count && !(possible && anyFalls); ++row) {
       const bool isPositive = CumulativeAt(row, outcome) > 0;
       possible = possible || isPositive;
       anyFalls = anyFalls || (isPositive && falls(row));
