@@ -115,52 +115,26 @@ TEST(Canonical, TablesFollowEveryChange) {
   }
 }
 
-TEST(Canonical, StatesWhatTheModelsSay) {
-  struct {
-    const char* what;
-    int type;
-    Doubles first;  // of CAST: baseline, positive, negative weight; of DeMorgan: belief, weight, type
-    Doubles truth;  // by the parent's state
-  } const cases[] = {
-      {"cast at rest", kTypeCast, {.3, 0, 0}, {.3, .3}},
-      {"cast certain", kTypeCast, {.3, 1, -1}, {1, 0}},
-      {"cast half", kTypeCast, {.4, .5, -.5}, {.7, .2}},
-      {"cause", kTypeDeMorgan, {.2, .5, 2}, {.6, .2}},
-      {"barrier", kTypeDeMorgan, {.2, .5, 3}, {.2, .6}},
-      {"inhibitor", kTypeDeMorgan, {.2, .5, 0}, {.1, .2}},
-      {"requirement", kTypeDeMorgan, {.2, 1, 1}, {.2, 0}},
-  };
-  for (const auto& c : cases) {
-    QVR_network network;
-    AddChance(network, "a", 2, {}, {.5, .5});
-    network.AddNode(c.type, "x");
-    EXPECT_EQ(network.AddArc(0, 1, kOrdinaryLayer), QVR_OKAY);
-    if (c.type == kTypeCast) {
-      auto& cast = DefinitionOf<QVR_cast>(network, 1);
-      EXPECT_EQ(cast.SetBaseline(c.first[0]), QVR_OKAY);
-      EXPECT_EQ(cast.SetPositiveWeights(Numbers({c.first[1]})), QVR_OKAY);
-      EXPECT_EQ(cast.SetNegativeWeights(Numbers({c.first[2]})), QVR_OKAY);
-      EXPECT_EQ(cast.SetNegativeWeights(Numbers({0, 0})), QVR_OUT_OF_RANGE);
-      EXPECT_EQ(cast.SetBaseline(std::nan("")), QVR_OUT_OF_RANGE);
-    } else {
-      auto& demorgan = DefinitionOf<QVR_demorgan>(network, 1);
-      EXPECT_EQ(demorgan.SetPriorBelief(c.first[0]), QVR_OKAY);
-      EXPECT_EQ(demorgan.SetParentWeights(Numbers({c.first[1]})), QVR_OKAY);
-      EXPECT_EQ(demorgan.SetParentTypes(Ints({static_cast<int>(c.first[2])})), QVR_OKAY);
-      EXPECT_EQ(demorgan.SetPriorBelief(1.5), QVR_OUT_OF_RANGE);
-      EXPECT_EQ(demorgan.SetParentTypes(Ints({4})), QVR_OUT_OF_RANGE);
-    }
-    ExpectClose(Cells(*TableOf(network, 1)), {c.truth[0], 1 - c.truth[0], c.truth[1], 1 - c.truth[1]}, 1e-15,
-                c.what);
-    EXPECT_EQ(network.NodeAt(1)->definition->SetNumberOfOutcomes(3), QVR_OUT_OF_RANGE);
-    EXPECT_STREQ(network.NodeAt(1)->definition->GetOutcomeNames()->Get(0), "True");
-  }
+TEST(Canonical, GatesKeepTwoOutcomesAndRefuseBadNumbers) {
   QVR_network network;
-  AddChance(network, "a", 2, {}, {.5, .5});
-  network.AddNode(kTypeNoisyMax, "x");
-  EXPECT_EQ(network.AddArc(0, 1, kOrdinaryLayer), QVR_OKAY);
-  EXPECT_EQ(Cells(DefinitionOf<QVR_noisyMAX>(network, 1).GetCiWeights()), (Doubles{.5, .5, 0, 1, .5, .5}));
-  EXPECT_EQ(Cells(*TableOf(network, 1)), (Doubles{.75, .25, .5, .5}));
+  AddChance(network, "a", 3, {}, {.5, .25, .25});
+  for (int type : {kTypeCast, kTypeDeMorgan}) {
+    const int handle = network.AddNode(type, nullptr);
+    EXPECT_EQ(network.AddArc(0, handle, kOrdinaryLayer), QVR_OKAY);
+    QVR_nodeDefinition& definition = *network.NodeAt(handle)->definition;
+    EXPECT_EQ(definition.SetNumberOfOutcomes(3), QVR_OUT_OF_RANGE);
+    EXPECT_EQ(definition.ReorderOutcomes(Ints({1, 0})), QVR_WRONG_NODE_TYPE);
+    EXPECT_EQ(definition.AbsorbRootParent(0), QVR_WRONG_NODE_TYPE);
+    if (auto* cast = dynamic_cast<QVR_cast*>(&definition)) {
+      EXPECT_EQ(cast->SetNegativeWeights(Numbers({.5, .5})), QVR_OUT_OF_RANGE);
+      EXPECT_EQ(cast->SetBaseline(std::nan("")), QVR_OUT_OF_RANGE);
+    } else {
+      EXPECT_EQ(dynamic_cast<QVR_demorgan&>(definition).SetParentTypes(Ints({4})), QVR_OUT_OF_RANGE);
+      EXPECT_EQ(dynamic_cast<QVR_demorgan&>(definition).SetPriorBelief(1.5), QVR_OUT_OF_RANGE);
+    }
+    // A fresh gate is undecided, and a new parent changes nothing.
+    EXPECT_EQ(Cells(*TableOf(network, handle)), Doubles(6, .5));
+  }
 }
 
 TEST(Canonical, RefusesBadParametersByName) {
@@ -206,7 +180,7 @@ TEST(NoisyMax, CompoundParametersHaveTheLeakFoldedIn) {
   const Doubles rows = Cells(definition.GetCiWeights());
   const Doubles leak(rows.end() - 3, rows.end());
   Doubles expected;
-  for (std::size_t row : {0, 2, 3, 5}) {  // the others are distinguished
+  for (int row : {0, 2, 3, 5}) {  // the others are distinguished
     const Doubles folded = MoreSevere({rows.begin() + 3 * row, rows.begin() + 3 * row + 3}, leak);
     expected.insert(expected.end(), folded.begin(), folded.end());
   }
@@ -235,8 +209,8 @@ TEST(NoisyMax, KnowsTheDeterminismOfItsTableWithoutIt) {
     MakeFamily(kTypeNoisyMax, random, {}, network);
     auto& definition = DefinitionOf<QVR_noisyMAX>(network, 3);
     Doubles cells = Cells(definition.GetCiWeights());
-    for (std::size_t row : {0, 2, 3, 5, 7}) {
-      std::copy_n(kRows[random.Below(6)], 3, cells.begin() + static_cast<std::ptrdiff_t>(3 * row));
+    for (int row : {0, 2, 3, 5, 7}) {
+      std::copy_n(kRows[random.Below(6)], 3, cells.begin() + 3 * row);
     }
     ASSERT_EQ(definition.SetValues(Numbers(cells)), QVR_OKAY);
     for (int code = 0; code < 3 * 4 * 3 * 3; ++code) {
