@@ -53,7 +53,10 @@ void PrintCanonicalExpansion() {
       parents.push_back(AddChance(network, nullptr, 2, {}, {.5, .5}));
     }
     for (int type : kCanonicalTypes) {
-      const int handle = AddRandomNode(network, type, nullptr, 3, parents, {}, random);
+      const int handle = AddOfType(network, type, nullptr, 3, parents);
+      if (!SetRandomNumbers(network, handle, {}, random)) {
+        continue;
+      }
       QVR_nodeDefinition& definition = *network.NodeAt(handle)->definition;
       if (auto* adder = dynamic_cast<QVR_noisyAdder*>(&definition)) {
         adder->SetFunction(kAdderAverage);

@@ -1,6 +1,7 @@
 #include "definitions/noisy_adder.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 
@@ -224,7 +225,10 @@ int QVR_noisyAdder::ExpandToCpt() {
   }
   const std::span<double> cells = expandedTable.GetItems().Vector();
   if (function == kAdderAverage) {
-    FillAverages(cells);
+    if (int status = FillAverages(cells); status < 0) {
+      expandedTable.CleanUp();
+      return status;
+    }
   } else {
     FillSingleFaults(cells);
   }
@@ -233,12 +237,15 @@ int QVR_noisyAdder::ExpandToCpt() {
 }
 
 // The sums of weighted rows grow parent by parent in the table, the sums of weights beside it.
-void QVR_noisyAdder::FillAverages(std::span<double> cells) const {
+int QVR_noisyAdder::FillAverages(std::span<double> cells) const {
   const int width = ColumnCount();
   const std::span<const double> leak = LeakRow();
   const double leakWeight = adderWeights.back();
-  std::vector<double> totals(cells.size() / static_cast<std::size_t>(width));
-  totals[0] = leakWeight;
+  QVR_Dmatrix totals;
+  if (int status = totals.SetDimensions(std::array{expandedTable.GetNumElements() / width}); status < 0) {
+    return status;
+  }
+  totals.Subscript(0) = leakWeight;
   std::transform(leak.begin(), leak.end(), cells.begin(), [=](double x) { return leakWeight * x; });
   int tableRows = 1;
   for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
@@ -246,24 +253,27 @@ void QVR_noisyAdder::FillAverages(std::span<double> cells) const {
     const int idle = DistinguishedPlace(parent);
     const double weight = adderWeights[static_cast<std::size_t>(parent)];
     const double* block = Row(offset).data();
-    ExpandByParent(
-        cells.data(), tableRows, width, count, [=](const double* before, int outcome, double* after) {
-          for (int j = 0; j < width; ++j) {
-            after[j] = outcome == idle ? before[j] : before[j] + weight * block[outcome * width + j];
-          }
-        });
-    ExpandByParent(totals.data(), tableRows, 1, count, [=](const double* before, int outcome, double* after) {
-      *after = outcome == idle ? *before : *before + weight;
-    });
+    ExpandByParent(cells.data(), tableRows, width, count,
+                   [=](const double* before, int outcome, double* after) {
+                     const double share = outcome == idle ? 0.0 : weight;
+                     for (int j = 0; j < width; ++j) {
+                       after[j] = before[j] + share * block[outcome * width + j];
+                     }
+                   });
+    ExpandByParent(&totals.Subscript(0), tableRows, 1, count,
+                   [=](const double* before, int outcome, double* after) {
+                     *after = *before + (outcome == idle ? 0.0 : weight);
+                   });
     tableRows *= count;
     offset += count;
   }
-  for (std::size_t row = 0; row < totals.size(); ++row) {
-    const std::span<double> sums = cells.subspan(row * leak.size(), leak.size());
-    for (std::size_t j = 0; j < sums.size(); ++j) {
-      sums[j] = totals[row] > 0 ? sums[j] / totals[row] : leak[j];
+  double* sums = cells.data();
+  for (const double total : totals.GetItems().Vector()) {
+    for (int j = 0; j < width; ++j, ++sums) {
+      *sums = total > 0 ? *sums / total : leak[static_cast<std::size_t>(j)];
     }
   }
+  return QVR_OKAY;
 }
 
 void QVR_noisyAdder::FillSingleFaults(std::span<double> cells) const {

@@ -58,7 +58,7 @@ class QVR_noisyAdder : public QVR_ciDefinition {
   void CopyParameters(const QVR_ciDefinition& other) override;
 
  private:
-  void FillAverages(std::span<double> cells) const;
+  int FillAverages(std::span<double> cells) const;
   void FillSingleFaults(std::span<double> cells) const;
 
   int distinguishedState = 0;

@@ -46,7 +46,8 @@ void MakeFamily(int type, TestRandom& random, const TableStyle& style, QVR_netwo
   AddChance(network, "a", 2, {}, {.3, .7});
   AddChance(network, "b", 3, {}, {.2, .5, .3});
   AddChance(network, "c", 2, {}, {.6, .4});
-  ASSERT_EQ(AddRandomNode(network, type, "x", 3, {0, 1, 2}, style, random), 3);
+  ASSERT_EQ(AddOfType(network, type, "x", 3, {0, 1, 2}), 3);
+  ASSERT_TRUE(SetRandomNumbers(network, 3, style, random));
 }
 
 template <typename T>
@@ -272,8 +273,7 @@ TEST(Canonical, FortyParentsNeedNoTable) {
     for (int i = 0; i < 40; ++i) {
       parents.push_back(AddChance(network, ("p" + std::to_string(i)).c_str(), 2, {}, {.5, .5}));
     }
-    TestRandom random(3);
-    const int child = AddRandomNode(network, type, "x", 3, parents, {}, random);
+    const int child = AddOfType(network, type, "x", 3, parents);
     QVR_nodeDefinition& definition = *network.NodeAt(child)->definition;
     QVR_Dmatrix* table = TableOf(network, 0);
     EXPECT_EQ(definition.GetMatrix(table), QVR_OUT_OF_MEMORY);

@@ -27,7 +27,8 @@ int MakeFan(QVR_network& network, int parentCount) {
     parents.push_back(AddChance(network, id.c_str(), 2, {}, {.3, .7}));
   }
   TestRandom random(17);
-  return AddRandomNode(network, kTypeNoisyMax, "x", 2, parents, {}, random);
+  const int child = AddOfType(network, kTypeNoisyMax, "x", 2, parents);
+  return SetRandomNumbers(network, child, {}, random) ? child : QVR_OUT_OF_RANGE;
 }
 
 // The chance that parent i leaves the child at its distinguished outcome, by the parent's outcome.

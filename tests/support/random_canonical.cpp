@@ -116,8 +116,8 @@ bool SetRandomNumbers(QVR_network& network, int handle, const TableStyle& style,
   return SetTable(network, handle, RandomTable(definition.GetSize() / count, count, style, random)) == 0;
 }
 
-int AddRandomNode(QVR_network& network, int type, const char* id, int outcomeCount,
-                  const std::vector<int>& parents, const TableStyle& style, TestRandom& random) {
+int AddOfType(QVR_network& network, int type, const char* id, int outcomeCount,
+              const std::vector<int>& parents) {
   const int handle = network.AddNode(type, id);
   if (handle < 0) {
     return handle;
@@ -132,7 +132,7 @@ int AddRandomNode(QVR_network& network, int type, const char* id, int outcomeCou
       return status;
     }
   }
-  return SetRandomNumbers(network, handle, style, random) ? handle : QVR_OUT_OF_RANGE;
+  return handle;
 }
 
 bool FillMixedNetwork(const ParentLists& parents, const std::vector<int>& outcomeCounts,
@@ -148,8 +148,8 @@ bool FillMixedNetwork(const ParentLists& parents, const std::vector<int>& outcom
       type = kTypeCpt;
     }
     const std::string id = std::string("n").append(std::to_string(i));
-    if (AddRandomNode(network, type, id.c_str(), outcomeCounts[i], parents[i], style, random) !=
-        static_cast<int>(i)) {
+    const int handle = AddOfType(network, type, id.c_str(), outcomeCounts[i], parents[i]);
+    if (handle != static_cast<int>(i) || !SetRandomNumbers(network, handle, style, random)) {
       return false;
     }
   }

@@ -15,10 +15,10 @@ inline constexpr int kCanonicalTypes[] = {kTypeNoisyMax, kTypeNoisyAdder, kTypeC
 // New numbers for a node of any discrete class. False if any was refused.
 [[nodiscard]] bool SetRandomNumbers(QVR_network& network, int handle, const TableStyle& style,
                                     TestRandom& random);
-// A node with random numbers: the handle, or the code of the first step that failed. CAST and DeMorgan
-// nodes have two outcomes, whatever the count.
-int AddRandomNode(QVR_network& network, int type, const char* id, int outcomeCount,
-                  const std::vector<int>& parents, const TableStyle& style, TestRandom& random);
+// A node of any discrete class with its first numbers: the handle, or the code of the first step that failed.
+// CAST and DeMorgan nodes have two outcomes, whatever the count.
+int AddOfType(QVR_network& network, int type, const char* id, int outcomeCount,
+              const std::vector<int>& parents);
 // As FillNetwork, with canonical nodes between the others. False if any step was refused.
 [[nodiscard]] bool FillMixedNetwork(const ParentLists& parents, const std::vector<int>& outcomeCounts,
                                     const TableStyle& style, TestRandom& random, QVR_network& network);
