@@ -97,7 +97,9 @@ int SplitNoisyMaxNodes(const QVR_network& network, RelevanceGraph& graph) {
   const std::size_t count = graph.nodes.size();  // those added aren't looked at
   for (std::size_t i = 0; i < count; ++i) {
     RelevanceNode& record = *graph.nodes[i];
-    if (Qualifies(*record.node) && record.parents.size() >= kLeastParents) {
+    const auto parentCount = static_cast<int>(record.parents.size());
+    if (Qualifies(*record.node) && parentCount >= kLeastParents &&
+        parentCount == network.GetNumberOfParents(record.node->handle)) {
       if (const int status = Split(graph, record); status < 0) {
         return status;
       }
