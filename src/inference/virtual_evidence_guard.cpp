@@ -56,7 +56,10 @@ int VirtualEvidenceGuard::AddObservedChild(int handle, std::span<const double> l
   if (child < 0) {
     return child;
   }
-  if (Link(handle, child, static_cast<int>(likelihoods.size())) < 0) {
+  if (const int status = Link(handle, child, static_cast<int>(likelihoods.size())); status < 0) {
+    if (status == QVR_OUT_OF_MEMORY) {
+      return status;  // the evidence may not be lost
+    }
     GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
     DeleteLast();
     return QVR_OKAY;

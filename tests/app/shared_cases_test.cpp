@@ -22,16 +22,13 @@ constexpr bool kReleaseBuild = false;
 // Large networks; with sanitizers on they would take minutes.
 bool IsSlow(const std::string& name) { return name == "barley" || name == "pigs" || name == "andes"; }
 
-// They hold truth tables, which don't load yet.
-bool IsLeftOut(const std::string& name) { return name.starts_with("mixed_definitions"); }
-
 fs::path CaseFolder() { return fs::path(QVR_SHARED_DIR) / "cases"; }
 
 std::vector<std::string> CaseNames() {
   std::vector<std::string> names;
   std::error_code absent;
   for (const fs::directory_entry& entry : fs::directory_iterator(CaseFolder(), absent)) {
-    if (entry.is_directory() && !IsLeftOut(entry.path().filename().string())) {
+    if (entry.is_directory()) {
       names.push_back(entry.path().filename().string());
     }
   }

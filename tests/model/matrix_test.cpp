@@ -267,7 +267,8 @@ TEST_F(OperationTest, AgreesWithAMapFromCoordinates) {
       Start();
       operation();
       ExpectSame(matrix, after);
-      EXPECT_EQ(QVR_Dmatrix::MemoryInUse(), static_cast<std::int64_t>(after.cells.size() * sizeof(double)));
+      const std::size_t cells = after.cells.size();  // a few stand in the matrix itself
+      EXPECT_EQ(QVR_Dmatrix::MemoryInUse(), cells <= 4 ? 0 : static_cast<std::int64_t>(cells * sizeof(double)));
     }
   }
 }
