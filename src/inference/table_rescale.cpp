@@ -40,9 +40,9 @@ double LargestEntry(std::span<const double> table) {
   return *std::max_element(lanes.begin(), lanes.end());
 }
 
-void RescaleTable(std::span<double> table) {
+void RescaleToUnit(std::span<double> table) {
   const double largest = LargestEntry(table);
-  if (largest == 0.0 || !std::isfinite(largest) || (largest >= kSmallest && largest <= kLargest)) {
+  if (largest == 0.0 || !std::isfinite(largest)) {
     return;
   }
   int exponent = 0;
@@ -51,6 +51,13 @@ void RescaleTable(std::span<double> table) {
   Scale(table, shift);
   if (shift != -exponent) {
     Scale(table, -exponent - shift);
+  }
+}
+
+void RescaleTable(std::span<double> table) {
+  const double largest = LargestEntry(table);
+  if (largest < kSmallest || largest > kLargest) {
+    RescaleToUnit(table);
   }
 }
 

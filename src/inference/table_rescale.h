@@ -9,8 +9,11 @@ namespace qvr {
 // 0 for a table without positive entries. Entries that are no numbers don't count.
 [[nodiscard]] double LargestEntry(std::span<const double> table);
 
-// If the largest entry is finite, above 0 and outside 2^-256 to 2^256, multiplies the table by the power
-// of two that brings it into [0.5, 1). Otherwise every bit stays.
+// If the largest entry is finite and above 0, multiplies the table by the power of two that brings it
+// into [0.5, 1). Otherwise every bit stays.
+void RescaleToUnit(std::span<double> table);
+
+// The same, but only if the largest entry is outside 2^-256 to 2^256.
 void RescaleTable(std::span<double> table);
 
 }  // namespace qvr
