@@ -11,6 +11,10 @@ class QVR_network;
 
 // Id 0: exact, by a join tree for each component; targets in groups where a tree is refused.
 [[nodiscard]] int RunJoinTreeWithFallback(QVR_network& network);
+// Id 2: exact, by messages along the arcs, for all nodes whatever the targets. Of a network of several
+// parts only the one with the first node in topological order is solved; all values become valid. -1,
+// logged, for a network with an undirected cycle; -2 for a node without a table over its parents.
+[[nodiscard]] int RunPolytree(QVR_network& network);
 // Id 10: exact, by maximum spanning trees of cliques. -42 where a tree is refused.
 [[nodiscard]] int RunCliqueTree(QVR_network& network);
 // Id 11: exact, targets in batches, those refused in halves.

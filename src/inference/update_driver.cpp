@@ -110,7 +110,7 @@ int RunDiscreteSolver(QVR_network& network) {
     case ALG_JOIN_TREE:
       return RunJoinTreeWithFallback(network);
     case ALG_POLYTREE:
-      return Refuse("The polytree solver isn't built in.");
+      return RunPolytree(network);
     case ALG_CLIQUE_TREE:
       return RunCliqueTree(network);
     case ALG_RELEVANCE_BATCHES:
