@@ -3,6 +3,7 @@
 #ifndef QVR_AGREEMENT_ENGINE_TRIAL_H
 #define QVR_AGREEMENT_ENGINE_TRIAL_H
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,8 @@ class Trial {
   void Weigh(int handle, const std::vector<double>& likelihoods);
   // One of the three, or a change of targets.
   void EnterSomething(TestRandom& random);
-  // All engines; also that no value still marked valid from before has become stale.
-  void CheckEngines();
+  // All these engines; also that no value still marked valid from before has become stale.
+  void CheckEngines(std::span<const int> engines = kExactEngines);
 
   [[nodiscard]] const Observations& Entered() const { return entered; }
 

@@ -72,6 +72,22 @@ ParentLists HubParents(int leafCount) {
   return parents;
 }
 
+ParentLists PolytreeParents(int nodeCount, int maxParents, TestRandom& random) {
+  ParentLists parents(static_cast<std::size_t>(nodeCount));
+  const QVR_intArray joining = ShuffledOrder(nodeCount, random);
+  for (int joined = 1; joined < nodeCount; ++joined) {
+    for (bool linked = false; !linked;) {
+      const auto [parent, child] = std::minmax(joining[joined], joining[random.Below(joined)]);
+      std::vector<int>& list = parents[static_cast<std::size_t>(child)];
+      linked = list.size() < static_cast<std::size_t>(maxParents);
+      if (linked) {
+        list.push_back(parent);
+      }
+    }
+  }
+  return parents;
+}
+
 ParentLists RandomParents(int nodeCount, int maxParents, int window, TestRandom& random) {
   ParentLists parents(static_cast<std::size_t>(nodeCount));
   for (int i = 1; i < nodeCount; ++i) {

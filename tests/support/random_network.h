@@ -55,6 +55,9 @@ using ParentLists = std::vector<std::vector<int>>;
 [[nodiscard]] ParentLists GridParents(int rows, int columns);
 // One root with leaves.
 [[nodiscard]] ParentLists HubParents(int leafCount);
+// One connected network without an undirected cycle: up to `maxParents` (at least 1) each, any number of
+// children.
+[[nodiscard]] ParentLists PolytreeParents(int nodeCount, int maxParents, TestRandom& random);
 // Up to `maxParents` each, from the `window` nodes before: a narrow window keeps cliques small.
 [[nodiscard]] ParentLists RandomParents(int nodeCount, int maxParents, int window, TestRandom& random);
 
