@@ -11,10 +11,11 @@
 namespace qvr {
 namespace {
 
-// Two numbers of at most 1 may multiply to less than a double can hold while everything beside them is 0.
-// Lifted by this both, the product keeps its bits, and 2^28 of them still have a finite sum.
-constexpr double kLift = 0x1p480;
+// Two numbers of at most 1 may multiply to less than a double can hold while everything beside their
+// product is 0. With both lifted it keeps its bits, and a sum over the largest table is still finite.
+constexpr double kLift = 0x1p400;
 
+// Larger by the square of the lift, which the rescaling takes away again.
 double Product(double a, double b) { return (a * kLift) * (b * kLift); }
 
 void MultiplyBy(std::span<double> target, std::span<const double> factor) {

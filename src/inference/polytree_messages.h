@@ -26,7 +26,7 @@ class PolyMessages {
   void ComputePi(PolyNode& x) const;
   static void ComputeLambda(PolyNode& x);
   // Writes the product of lambda and pi, normalised, to the value of an unobserved node; 0.0 for all
-  // outcomes where they contradict each other, but 1.0 for an only one.
+  // outcomes where they contradict each other, but 1.0 for an outcome that is the only one.
   static void ComputeBelief(const PolyNode& x);
   // To the children, from x.pi. An observed node sends its delta.
   void SendPi(const PolyNode& x, PolyDirection direction);
