@@ -90,7 +90,8 @@ TEST(UpdateDriver, AnswersOrRefusesEveryAlgorithm) {
     const int node = AddChance(network, "a", 2, {}, {0.25, 0.75});
     const bool builtIn = id == ALG_JOIN_TREE || id >= ALG_CLIQUE_TREE;
     EXPECT_EQ(network.UpdateBeliefs(), builtIn ? QVR_OKAY : QVR_OUT_OF_RANGE);
-    EXPECT_EQ(LogGuard::Messages(QVR_OUT_OF_RANGE).size(), builtIn ? 0U : 1U);
+    const bool silent = builtIn || id == ALG_POLYTREE;  // which needs a table of every node
+    EXPECT_EQ(LogGuard::Messages(QVR_OUT_OF_RANGE).size(), silent ? 0U : 1U);
     EXPECT_EQ(ValueOf(network, node).IsValueValid(), builtIn);
     EXPECT_EQ(network.NodeAt(empty)->value, nullptr);
   }
