@@ -72,8 +72,9 @@ class ComponentList {
 void ApplySingleNodeComponent(const RelevanceNode& record);
 // Fixes the record at an outcome; its value becomes that outcome's certainty, valid. -2 out of range.
 int ApplyEvidenceToValue(RelevanceNode& record, int outcome);
-// Parents before children, by depth-first visits in the component's order. Uses `mark`.
-void SortTopologically(const RelevanceComponent& component, std::vector<RelevanceNode*>& out);
+// Parents before children, by depth-first visits that start in the order of `starts`, which are all records
+// of a component. Uses `mark`.
+void SortTopologically(std::span<RelevanceNode* const> starts, std::vector<RelevanceNode*>& out);
 
 }  // namespace qvr
 

@@ -288,13 +288,13 @@ int ApplyEvidenceToValue(RelevanceNode& record, int outcome) {
   return QVR_OKAY;
 }
 
-void SortTopologically(const RelevanceComponent& component, std::vector<RelevanceNode*>& out) {
-  for (RelevanceNode* record : component.nodes) {
+void SortTopologically(std::span<RelevanceNode* const> starts, std::vector<RelevanceNode*>& out) {
+  for (RelevanceNode* record : starts) {
     record->mark = kMarkNone;
   }
   out.clear();
   std::vector<std::pair<RelevanceNode*, std::size_t>> path;  // a record and its next parent to visit
-  for (RelevanceNode* start : component.nodes) {
+  for (RelevanceNode* start : starts) {
     if (start->mark == kMarkSorted) {
       continue;
     }
