@@ -109,8 +109,23 @@ int RunDiscreteSolver(QVR_network& network) {
   switch (id) {
     case ALG_JOIN_TREE:
       return RunJoinTreeWithFallback(network);
+    case ALG_LOGIC_SAMPLING:
+      return RunLogicSampling(network);
     case ALG_POLYTREE:
       return RunPolytree(network);
+    case ALG_LIKELIHOOD_WEIGHTING:
+    case ALG_LIKELIHOOD_WEIGHTING_2:
+      return RunLikelihoodWeighting(network);
+    case ALG_SELF_IMPORTANCE:
+      return RunSelfImportance(network);
+    case ALG_BACKWARD_SAMPLING:
+      return RunBackwardSampling(network);
+    case ALG_ADAPTIVE_IMPORTANCE:
+      return RunAdaptiveImportance(network);
+    case ALG_MESSAGE_IMPORTANCE:
+      return RunMessageImportance(network);
+    case ALG_LOOPY_BELIEF:
+      return RunLoopyBelief(network);
     case ALG_CLIQUE_TREE:
       return RunCliqueTree(network);
     case ALG_RELEVANCE_BATCHES:
@@ -118,7 +133,7 @@ int RunDiscreteSolver(QVR_network& network) {
     case ALG_RELEVANCE_HALVING:
       return RunRelevanceHalving(network);
     default:
-      return Refuse("The sampling solvers aren't built in.");
+      return QVR_OUT_OF_RANGE;
   }
 }
 
