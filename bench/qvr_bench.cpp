@@ -1,6 +1,6 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what canonical nodes and formulas cost. Every network runs in a child process, so that none adds to
-// another's peak memory.
+// what samples, canonical nodes and formulas cost. Every network runs in a child process, so that none adds
+// to another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +10,7 @@
 #include "formulas.h"
 #include "measurement.h"
 #include "model/network.h"
+#include "samplers.h"
 #include "workload.h"
 
 namespace qvr {
@@ -31,21 +32,17 @@ bool Measure(const Workload& workload) {
     return false;
   }
   PrintRow(workload.name.c_str(), "without", MeasureUpdate(network));
-  const UpdateFlagsOff quiet(network, UPDATE_TRACK_CHANGES);
-  for (const auto& [handle, outcome] : workload.evidence(network)) {
-    if (network.NodeAt(handle)->value->SetEvidence(outcome) < 0) {
-      std::fprintf(stderr, "%s: evidence refused\n", workload.name.c_str());
-      return false;
-    }
+  if (!EnterEvidence(workload, network)) {
+    return false;
   }
   PrintRow(workload.name.c_str(), "with", MeasureUpdate(network));
   return true;
 }
 
-bool MeasureInChild(const Workload& workload) {
+bool MeasureInChild(const Workload& workload, bool (*measure)(const Workload&)) {
   const pid_t child = fork();
   if (child == 0) {
-    _exit(Measure(workload) ? 0 : 1);
+    _exit(measure(workload) ? 0 : 1);
   }
   int status = 0;
   const bool ended = child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status);
@@ -68,7 +65,11 @@ int main(int argumentCount, char** arguments) {
   std::fflush(stdout);
   bool allMeasured = true;
   for (const qvr::Workload& workload : workloads) {
-    allMeasured = qvr::MeasureInChild(workload) && allMeasured;
+    allMeasured = qvr::MeasureInChild(workload, qvr::Measure) && allMeasured;
+  }
+  qvr::PrintSamplerHeader();
+  for (const qvr::Workload& workload : workloads) {
+    allMeasured = qvr::MeasureInChild(workload, qvr::MeasureSamplers) && allMeasured;
   }
   qvr::PrintCanonicalExpansion();
   allMeasured = qvr::MeasureFormulas() && allMeasured;

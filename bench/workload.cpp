@@ -79,6 +79,17 @@ Evidence FirstCase(const std::string& folder, const QVR_network& network) {
 
 }  // namespace
 
+bool EnterEvidence(const Workload& workload, QVR_network& network) {
+  const UpdateFlagsOff quiet(network, UPDATE_TRACK_CHANGES);
+  for (const auto& [handle, outcome] : workload.evidence(network)) {
+    if (network.NodeAt(handle)->value->SetEvidence(outcome) < 0) {
+      std::fprintf(stderr, "%s: evidence refused\n", workload.name.c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
 std::vector<Workload> GeneratedWorkloads() {
   return {
       Generated("chain_1000", 4, [](TestRandom&) { return ChainParents(1000); }),

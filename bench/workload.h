@@ -19,6 +19,9 @@ struct Workload {
   std::function<std::vector<std::pair<int, int>>(QVR_network&)> evidence;
 };
 
+// Enters the workload's evidence. False, with a line on standard error, if it is refused.
+[[nodiscard]] bool EnterEvidence(const Workload& workload, QVR_network& network);
+
 [[nodiscard]] std::vector<Workload> GeneratedWorkloads();
 // The evidence is the first line of cases that observes anything.
 [[nodiscard]] Workload FolderWorkload(const std::string& folder);
