@@ -21,7 +21,7 @@ inline constexpr Sampler kSamplers[] = {
 void PrintSamplerHeader();
 // Prints a row without and one with evidence: million node draws a second (samples times nodes of the
 // network, whether a sample came to its end or not) for each sampler, and the learning phase in
-// milliseconds. False if the network or its evidence can't be had.
+// milliseconds. Leaves out very large networks. False if the network or its evidence can't be had.
 bool MeasureSamplers(const Workload& workload);
 
 }  // namespace qvr
