@@ -28,6 +28,7 @@ enum BeliefAlgorithm : int {
   ALG_LOGIC_SAMPLING = 1,
   ALG_POLYTREE = 2,
   ALG_LIKELIHOOD_WEIGHTING = 3,
+  // Counts the ratio of its two tables twice: beyond 100 samples its limit isn't the posterior.
   ALG_SELF_IMPORTANCE = 4,
   ALG_LIKELIHOOD_WEIGHTING_2 = 5,
   ALG_BACKWARD_SAMPLING = 6,
