@@ -26,7 +26,8 @@ SampleNet::SampleNet(const RelevanceComponent& component, std::span<RelevanceNod
     for (int i = 0; i < node.parentCount; ++i) {
       const RelevanceNode* parent = record->parents[static_cast<std::size_t>(i)];
       arcs.push_back({placeOf[static_cast<std::size_t>(parent->position)], own.GetStride(i)});
-      assert(parent->evidence < 0 && arcs.back().parent < place);
+      assert(parent->evidence < 0 && arcs.back().parent < place &&
+             own.GetDimension(i) == parent->outcomeCount);
     }
     nodes.push_back(node);
     states.push_back(std::max(node.evidence, 0));

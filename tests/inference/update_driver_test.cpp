@@ -125,6 +125,45 @@ TEST(UpdateDriver, SolvesAroundDecisionsAndUtilities) {
   }
 }
 
+// a -> b -> c, with likelihoods on a and c.
+void FillSoftChain(QVR_network& network) {
+  const int a = AddChance(network, "a", 3, {}, {0.2, 0.3, 0.5});
+  const int b = AddChance(network, "b", 2, {a}, {0.9, 0.1, 0.4, 0.6, 0.3, 0.7});
+  const int c = AddChance(network, "c", 2, {b}, {0.8, 0.2, 0.1, 0.9});
+  ASSERT_EQ(SetLikelihoods(network, a, {0.5, 0.25, 0.25}), QVR_OKAY);
+  ASSERT_EQ(SetLikelihoods(network, c, {0.75, 0.25}), QVR_OKAY);
+}
+
+TEST(VirtualEvidence, ActsAsAnObservedChildAndLeavesNoTrace) {
+  // By hand: a weighs 0.1, 0.075, 0.125; then b, each state seeing c's likelihood 0.65 or 0.3.
+  const double b0 = (0.1 * 0.9 + 0.075 * 0.4 + 0.125 * 0.3) * 0.65;
+  const double b1 = (0.1 * 0.1 + 0.075 * 0.6 + 0.125 * 0.7) * 0.3;
+  for (int id = ALG_JOIN_TREE; id <= ALG_RELEVANCE_HALVING; ++id) {
+    if (id == ALG_SELF_IMPORTANCE) {
+      continue;  // of another limit
+    }
+    const bool samples = id != ALG_POLYTREE && id >= ALG_LOGIC_SAMPLING && id <= ALG_MESSAGE_IMPORTANCE;
+    for (const bool withTarget : {false, true}) {
+      SCOPED_TRACE(testing::Message() << id << withTarget);
+      const LogGuard log;
+      QVR_network network;
+      FillSoftChain(network);
+      network.SetBeliefAlgorithm(id);
+      network.sampleCount = 50000;
+      network.SetUpdateFlags(network.GetUpdateFlags() | UPDATE_IMMEDIATELY);
+      if (withTarget) {
+        network.SetTarget(1);
+      }
+      const std::string before = Describe(network);
+      EXPECT_EQ(network.UpdateBeliefs(), QVR_OKAY);
+      EXPECT_NEAR(BeliefOf(network, 1)[0], b0 / (b0 + b1), samples ? 0.02 : 1e-12);
+      EXPECT_EQ(Describe(network), before);
+      EXPECT_EQ(network.FindNode("@"), QVR_OUT_OF_RANGE);
+      EXPECT_EQ(LogGuard::Messages(), std::vector<std::string>{});
+    }
+  }
+}
+
 TEST(VirtualEvidence, LeavesNoTraceWhenMemoryRunsOut) {
   const LogGuard log;
   QVR_network network;
