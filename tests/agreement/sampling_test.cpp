@@ -11,6 +11,7 @@
 #include "inference/message_importance.h"
 #include "inference/sample_net_run.h"
 #include "model/random_source.h"
+#include "support/describe_network.h"
 #include "support/log_guard.h"
 
 namespace qvr {
