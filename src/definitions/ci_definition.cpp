@@ -14,7 +14,6 @@ namespace qvr {
 
 namespace {
 
-
 int Report(int code, const char* text, char* message, int messageSize) {
   if (message != nullptr && messageSize > 0) {
     std::snprintf(message, static_cast<std::size_t>(messageSize), "%s", text);

@@ -204,7 +204,8 @@ int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
     return status;
   }
   newNames.CheckConsistency(1);
-  return newNames.IsConsistent() ? ReplaceOutcomes(choiceNames, newNames) : SetNumberOfOutcomes(NameCount(names));
+  return newNames.IsConsistent() ? ReplaceOutcomes(choiceNames, newNames)
+                                 : SetNumberOfOutcomes(NameCount(names));
 }
 
 int QVR_list::SetNumberOfOutcomes(int count) {

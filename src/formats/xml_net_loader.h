@@ -54,9 +54,9 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddAlgorithmParameters();
   void AddProperties();
   void AddNodes();
-  void AddDecisionNodes(Binding& nodes);  // xml_net_loader_decisions.cpp
+  void AddDecisionNodes(Binding& nodes);   // xml_net_loader_decisions.cpp
   void AddCanonicalNodes(Binding& nodes);  // xml_net_loader_canonical.cpp
-  void AddEquationNodes(Binding& nodes);  // xml_net_loader_equation.cpp
+  void AddEquationNodes(Binding& nodes);   // xml_net_loader_equation.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 

@@ -44,8 +44,7 @@ std::vector<int> DimensionsOf(const QVR_network& network, const QVR_intArray& li
 bool HasTableOfShape(QVR_nodeDefinition& definition, std::vector<int> sizes, int last) {
   sizes.push_back(last);
   QVR_Dmatrix* table = nullptr;
-  return definition.GetMatrix(table) == QVR_OKAY &&
-         (table->GetNumElements() == 0 || table->HasShape(sizes));
+  return definition.GetMatrix(table) == QVR_OKAY && (table->GetNumElements() == 0 || table->HasShape(sizes));
 }
 
 // Weights for each combination of the decisions' outcomes, one for each other parent.

@@ -268,7 +268,8 @@ TEST_F(OperationTest, AgreesWithAMapFromCoordinates) {
       operation();
       ExpectSame(matrix, after);
       const std::size_t cells = after.cells.size();  // a few stand in the matrix itself
-      EXPECT_EQ(QVR_Dmatrix::MemoryInUse(), cells <= 4 ? 0 : static_cast<std::int64_t>(cells * sizeof(double)));
+      EXPECT_EQ(QVR_Dmatrix::MemoryInUse(),
+                cells <= 4 ? 0 : static_cast<std::int64_t>(cells * sizeof(double)));
     }
   }
 }
