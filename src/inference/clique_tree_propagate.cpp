@@ -151,6 +151,7 @@ void CliqueTree::Distribute() {
     }
     const std::span<double> ratio = std::span(received).first(message.size());
     SendTo(i, separator.parent, ratio);
+    KeepQuotientsFinite(ratio, message);
     for (std::size_t entry = 0; entry < ratio.size(); ++entry) {
       const double sent = message[entry];
       message[entry] = sent > 0.0 ? ratio[entry] : 0.0;

@@ -1,6 +1,7 @@
 #include "inference/join_tree.h"
 
 #include <chrono>
+#include <cmath>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -35,14 +36,14 @@ void ReportZeros(const QVR_node& node) {
   GetErrorLog().Log(QVR_ZERO_POTENTIAL, "All potential entries are zeros for node " + who);
 }
 
-// The normalised marginal becomes the node's value. False for a marginal that sums to zero; the value is
-// then invalid, so that nobody takes an old result for this update's.
+// The normalised marginal becomes the node's value. False for a marginal that sums to zero or to no number;
+// the value is then invalid, so that nobody takes an old result for this update's.
 bool StorePosterior(QVR_node& node, std::span<const double> marginal) {
   double total = 0.0;
   for (const double cell : marginal) {
     total += cell;
   }
-  if (total == 0.0) {
+  if (!(total > 0.0 && std::isfinite(total))) {
     node.value->SetValueInvalid();
     return false;
   }

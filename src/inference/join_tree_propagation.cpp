@@ -232,6 +232,7 @@ void JoinTreePropagation::MarkNeeded(std::span<const unsigned char> wanted) {
 // What is new from the parent: its message over the one sent to it, 0 where that was 0.
 void JoinTreePropagation::MakeRatio(int clique) {
   const std::span<double> fresh = NewMessage(clique);
+  KeepQuotientsFinite(fresh, Message(clique));
   DivideTable(fresh.data(), Message(clique).data(), fresh.size());
   RescaleTable(fresh);
 }

@@ -113,7 +113,7 @@ std::span<const double> MessageRounds::LambdaOf(std::size_t place) {
   for (std::size_t i = childStart[place]; i < childStart[place + 1]; ++i) {
     const std::span<const double> message = Message(lambdaMessages, childArcs[i]);
     std::transform(product.begin(), product.end(), message.begin(), product.begin(), std::multiplies<>());
-    RescaleTable(product);  // or thousands of children underflow
+    RescaleToUnit(product);  // or thousands of children underflow
   }
   return product;
 }
@@ -190,8 +190,10 @@ void MessageRounds::SendToChildren(std::size_t place, std::span<const double> ow
   for (std::size_t i = childStart[place]; i < childStart[place + 1]; ++i) {
     const std::span<const double> said = Message(lambdaMessages, childArcs[i]);
     const std::span<double> message = Message(newPiMessages, childArcs[i]);
+    std::copy(ownLambda.begin(), ownLambda.end(), message.begin());
+    KeepQuotientsFinite(message, said);
     for (std::size_t x = 0; x < message.size(); ++x) {
-      message[x] = said[x] != 0 ? ownLambda[x] / said[x] * pi[x] : 0;
+      message[x] = said[x] != 0 ? message[x] / said[x] * pi[x] : 0;
     }
   }
 }

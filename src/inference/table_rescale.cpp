@@ -10,6 +10,9 @@ namespace {
 
 constexpr double kSmallest = 0x1p-256;
 constexpr double kLargest = 0x1p256;
+// Divisors from here on leave quotients of a rescaled table finite.
+constexpr double kSmallestDivisor = 0x1p-700;
+constexpr int kShiftBelow = -64;  // for smaller ones, down to the smallest double
 // The whole factor for the smallest doubles would itself be no double.
 constexpr int kLargestShift = 1000;
 
@@ -58,6 +61,18 @@ void RescaleTable(std::span<double> table) {
   const double largest = LargestEntry(table);
   if (largest < kSmallest || largest > kLargest) {
     RescaleToUnit(table);
+  }
+}
+
+void KeepQuotientsFinite(std::span<double> dividend, std::span<const double> divisor) {
+  RescaleTable(dividend);
+  double smallest = kSmallestDivisor;
+  for (const double entry : divisor) {
+    smallest = entry > 0 && entry < smallest ? entry : smallest;
+  }
+  if (smallest < kSmallestDivisor) {
+    RescaleToUnit(dividend);
+    Scale(dividend, kShiftBelow);
   }
 }
 

@@ -16,6 +16,10 @@ void RescaleToUnit(std::span<double> table);
 // The same, but only if the largest entry is outside 2^-256 to 2^256.
 void RescaleTable(std::span<double> table);
 
+// Multiplies the dividend by a power of two, if need be, so that no quotient of it and the divisor becomes
+// infinite. Entries of 0 in the divisor don't count.
+void KeepQuotientsFinite(std::span<double> dividend, std::span<const double> divisor);
+
 }  // namespace qvr
 
 #endif

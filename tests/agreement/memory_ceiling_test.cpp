@@ -95,14 +95,42 @@ TEST(MemoryCeiling, RefusedOperationsLeaveTheNetworkWhole) {
   EXPECT_GT(refused, 100);
 }
 
-TEST(MemoryCeiling, OverflowingProductsAreScaledLikeVanishingOnes) {
-  QVR_network network;
-  const int a = AddChance(network, "A", 2, {}, {1e200, 2e200});
-  AddChance(network, "B", 2, {a}, {1e200, 1e200, 1e200, 1e200});
-  for (const int engine : kExactEngines) {
-    network.SetBeliefAlgorithm(engine);
-    ASSERT_EQ(network.UpdateBeliefs(), QVR_OKAY);
-    EXPECT_NEAR(BeliefOf(network, a)[1], 2.0 / 3, 1e-12) << engine;
+// Numbers at both ends of what a double holds.
+TEST(Extremes, NeitherOverflowNorVanish) {
+  struct Case {
+    std::vector<double> prior;
+    std::vector<double> first;   // what the first observed child says of each outcome
+    std::vector<double> second;  // and the second one
+    std::vector<double> expected;
+  };
+  const Case cases[] = {
+      {{1e200, 2e200}, {1e200, 1e200}, {1, 1}, {1.0 / 3, 2.0 / 3}},
+      {{0.2, 0.3, 0.5}, {1, 1e-310, 1e-310}, {0, 0.5, 0.5}, {0, 0.375, 0.625}},
+      {{0.2, 0.4, 0.4}, {1, 1e-310, 4e-310}, {0, 0.5, 0.5}, {0, 0.2, 0.8}},
+  };
+  for (const int engine : {ALG_JOIN_TREE, ALG_POLYTREE, ALG_LOOPY_BELIEF, ALG_CLIQUE_TREE,
+                           ALG_RELEVANCE_BATCHES, ALG_RELEVANCE_HALVING}) {
+    for (const Case& tested : cases) {
+      if (engine == ALG_POLYTREE && tested.first[0] > 1) {
+        continue;  // it asks for probabilities
+      }
+      QVR_network network;
+      network.SetBeliefAlgorithm(engine);
+      const int outcomes = static_cast<int>(tested.prior.size());
+      const int x = AddChance(network, "x", outcomes, {}, tested.prior);
+      for (const std::vector<double>* said : {&tested.first, &tested.second}) {
+        std::vector<double> table;
+        for (const double number : *said) {
+          table.insert(table.end(), {number, number > 1 ? number : 1 - number});
+        }
+        ASSERT_EQ(ValueOf(network, AddChance(network, nullptr, 2, {x}, table)).SetEvidence(0), QVR_OKAY);
+      }
+      ASSERT_EQ(network.UpdateBeliefs(), QVR_OKAY);
+      for (int outcome = 0; outcome < outcomes; ++outcome) {
+        const auto at = static_cast<std::size_t>(outcome);
+        EXPECT_NEAR(BeliefOf(network, x)[at], tested.expected[at], 1e-9) << engine;
+      }
+    }
   }
 }
 
