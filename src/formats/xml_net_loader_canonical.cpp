@@ -1,6 +1,6 @@
 // The elements of the canonical nodes: noisy-MAX, noisy adder, CAST and DeMorgan.
 #include <algorithm>
-#include <limits>
+#include <utility>
 
 #include "definitions/cast.h"
 #include "definitions/demorgan.h"
@@ -16,15 +16,14 @@ namespace {
 constexpr const char* kFunctionWords[] = {"average", "singlefault"};                         // AdderFunction
 constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "cause", "barrier"};  // InfluenceType
 
-// As strtol in base 10 if it consumes the whole text; clamped, which leaves bad indices bad.
+// As strtol in base 10 if it consumes the whole text and finds an int.
 bool ReadWholeInt(const std::string& text, int& out) {
   const char* end = nullptr;
   const long long value = ReadLeadingInteger(text.c_str(), end);
-  if (text.empty() || end != text.data() + text.size()) {
+  if (text.empty() || end != text.data() + text.size() || !std::in_range<int>(value)) {
     return false;
   }
-  out = static_cast<int>(
-      std::clamp<long long>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+  out = static_cast<int>(value);
   return true;
 }
 
