@@ -119,6 +119,7 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
 
  private:
   int InsertOutcomeAt(int position, const char* name);
+  int ReplaceAllOutcomes(const QVR_idArray& names);
   void AdoptTable(QVR_nodeDefinition& other);
   int AdoptContent(QVR_nodeDefinition& other);
   [[nodiscard]] bool HasSameBlocks(const QVR_ciDefinition& other) const;

@@ -245,7 +245,7 @@ int QVR_ciDefinition::SetNumberOfOutcomes(const QVR_stringArray& names) {
   if (int status = ReplaceNames(newNames, names, count); status < 0) {
     return status;
   }
-  return ReplaceOutcomes(outcomeNames, newNames);
+  return ReplaceAllOutcomes(newNames);
 }
 
 int QVR_ciDefinition::SetNumberOfOutcomes(int count) {
@@ -262,7 +262,15 @@ int QVR_ciDefinition::SetNumberOfOutcomes(int count) {
   if (int status = FillUpNames(newNames, "State", count); status < 0) {
     return status;
   }
-  return ReplaceOutcomes(outcomeNames, newNames);
+  return ReplaceAllOutcomes(newNames);
+}
+
+// Whatever the count: all parameters go, so nothing known of the old outcomes holds for the new ones. The
+// value is made anew first, since the replacement may end in an update.
+int QVR_ciDefinition::ReplaceAllOutcomes(const QVR_idArray& names) {
+  RetractEvidence();
+  ReinitializeValues();
+  return ReplaceOutcomes(outcomeNames, names);
 }
 
 int QVR_ciDefinition::ReorderOutcomes(const QVR_intArray& order) {
