@@ -230,7 +230,8 @@ bool XmlNetLoader::SetDistinguishedStates(QVR_noisyAdder& adder) {
   return !IsAborted();
 }
 
-// The parameters of noisy-MAX and noisy adder: their table is only made when a solver asks for it.
+// The parameters of noisy-MAX and noisy adder: their table is only made when a solver asks for it. An adder
+// without any in the file has the default ones, as many as a matrix can hold.
 bool XmlNetLoader::RefuseOversizedParameters(long long most) {
   long long rows = 1;
   for (const int parent : parents) {
@@ -238,6 +239,9 @@ bool XmlNetLoader::RefuseOversizedParameters(long long most) {
   }
   const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
   const int size = canonical.ciParameters.GetSize();
+  if (definition->GetType() == kTypeNoisyAdder && size == 0) {
+    most = QVR_Dmatrix::kMaxElements;
+  }
   if (rows * states > std::max<long long>(most, size)) {
     Abort("Invalid weights vector size " + std::to_string(size) + ", expected " +
           std::to_string(rows * states));
