@@ -61,9 +61,11 @@ int QVR_binaryGate::RebuildFromNetwork() {
   if (outcomeNames.GetNumItems() != kOutcomes) {
     AddDefaultNames();
   }
-  const int status = QVR_cpt::RebuildFromNetwork();
+  if (int status = QVR_cpt::RebuildFromNetwork(); status < 0) {
+    return status;
+  }
   ComputeTable();
-  return status;
+  return QVR_OKAY;
 }
 
 int QVR_binaryGate::AddParent(int parentHandle) {
