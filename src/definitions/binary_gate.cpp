@@ -174,7 +174,7 @@ void QVR_binaryGate::AdoptContent(QVR_nodeDefinition& other) {
     AdoptNames(other);
   }
   RebuildFromNetwork();
-  if (source != nullptr && table.SameShape(source->table) != 0) {
+  if (source != nullptr) {
     CopyNumbers(*source);
     ComputeTable();
   }

@@ -53,6 +53,7 @@ class QVR_binaryGate : public QVR_cpt {
   virtual void SwapParentStates(int place) = 0;
   // What doesn't depend on the parents.
   virtual void ResetBase() = 0;
+  // Of the same class; the numbers of the parents only if there are as many.
   virtual void CopyNumbers(const QVR_binaryGate& other) = 0;
   // Writes the probabilities of both outcomes for every combination of parent outcomes, the last parent
   // fastest.

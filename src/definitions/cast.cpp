@@ -64,8 +64,10 @@ void QVR_cast::SwapParentStates(int place) {
 
 void QVR_cast::CopyNumbers(const QVR_binaryGate& other) {
   const auto& source = static_cast<const QVR_cast&>(other);
-  positiveWeights = source.positiveWeights;
-  negativeWeights = source.negativeWeights;
+  if (positiveWeights.size() == source.positiveWeights.size()) {
+    positiveWeights = source.positiveWeights;
+    negativeWeights = source.negativeWeights;
+  }
   baseline = source.baseline;
 }
 

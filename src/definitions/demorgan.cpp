@@ -50,8 +50,10 @@ void QVR_demorgan::SwapParentStates(int place) {
 
 void QVR_demorgan::CopyNumbers(const QVR_binaryGate& other) {
   const auto& source = static_cast<const QVR_demorgan&>(other);
-  parentTypes = source.parentTypes;
-  parentWeights = source.parentWeights;
+  if (parentTypes.size() == source.parentTypes.size()) {
+    parentTypes = source.parentTypes;
+    parentWeights = source.parentWeights;
+  }
   priorBelief = source.priorBelief;
 }
 
