@@ -45,7 +45,7 @@ void QVR_binaryGate::CleanUp(int deep) {
 void QVR_binaryGate::ComputeTable() {
   const QVR_Dmatrix& shaped = table;
   const int parents = table.GetNumDimensions() - 1;
-  if (parents >= 0) {
+  if (parents >= 0 && table.GetDimension(parents) == kOutcomes) {  // not so after CleanUp
     FillTable(shaped.GetDimensions().Vector().first(static_cast<std::size_t>(parents)),
               table.GetItems().Vector());
   }

@@ -96,7 +96,7 @@ std::vector<int> QVR_ciDefinition::TableShape() const {
 }
 
 int QVR_ciDefinition::GetSize() const {
-  if (ciWeights.GetNumElements() == 0) {
+  if (!HasParameters()) {
     return 0;
   }
   std::int64_t size = 1;
@@ -112,7 +112,7 @@ int QVR_ciDefinition::GetSize() const {
 int QVR_ciDefinition::ShapeExpandedTable() {
   upToDate = false;
   const int status =
-      ciWeights.GetNumElements() > 0 ? expandedTable.SetDimensions(TableShape()) : QVR_OBJECT_NOT_READY;
+      HasParameters() ? expandedTable.SetDimensions(TableShape()) : QVR_OBJECT_NOT_READY;
   if (status < 0) {
     expandedTable.CleanUp();
   }

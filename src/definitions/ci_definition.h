@@ -86,8 +86,10 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
   virtual void CopyParameters(const QVR_ciDefinition& other);
 
   [[nodiscard]] int ParentCount() const { return static_cast<int>(blockSizes.size()); }
-  [[nodiscard]] int RowCount() const { return ciWeights.GetDimension(0); }
-  [[nodiscard]] int ColumnCount() const { return ciWeights.GetDimension(1); }
+  // Both 0 after CleanUp, which leaves no leak row either.
+  [[nodiscard]] bool HasParameters() const { return ciWeights.GetNumElements() > 0; }
+  [[nodiscard]] int RowCount() const { return HasParameters() ? ciWeights.GetDimension(0) : 0; }
+  [[nodiscard]] int ColumnCount() const { return HasParameters() ? ciWeights.GetDimension(1) : 0; }
   [[nodiscard]] std::span<double> Row(int row);
   [[nodiscard]] std::span<const double> Row(int row) const;
   [[nodiscard]] std::span<const double> LeakRow() const { return Row(RowCount() - 1); }

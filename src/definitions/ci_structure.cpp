@@ -65,7 +65,7 @@ int QVR_ciDefinition::CloseRow(int parentIndex, int place) {
 }
 
 int QVR_ciDefinition::AddParent(int parentHandle) {
-  if (!IsReady()) {
+  if (!IsReady() || !HasParameters()) {
     return QVR_OBJECT_NOT_READY;
   }
   const QVR_node* parent = ParentNode(parentHandle);

@@ -45,6 +45,9 @@ double Quotient(double compound, double leak) { return leak == 0 ? 0.0 : std::mi
 }  // namespace
 
 int QVR_noisyMAX::GetCompoundParameters(QVR_Dmatrix& matrix) const {
+  if (!HasParameters()) {
+    return QVR_OBJECT_NOT_READY;
+  }
   if (int status = matrix.Copy(ciWeights); status < 0) {
     return status;
   }
