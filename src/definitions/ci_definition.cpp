@@ -111,8 +111,7 @@ int QVR_ciDefinition::GetSize() const {
 
 int QVR_ciDefinition::ShapeExpandedTable() {
   upToDate = false;
-  const int status =
-      HasParameters() ? expandedTable.SetDimensions(TableShape()) : QVR_OBJECT_NOT_READY;
+  const int status = HasParameters() ? expandedTable.SetDimensions(TableShape()) : QVR_OBJECT_NOT_READY;
   if (status < 0) {
     expandedTable.CleanUp();
   }

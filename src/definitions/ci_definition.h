@@ -53,7 +53,8 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
 
   // Computes the expanded table from the parameters, in time linear in its size. -42 leaves it empty.
   virtual int ExpandToCpt() = 0;
-  // Fits the parameters to the table that stands in the place of the expanded one, if it has the shape.
+  // Fits the parameters to the table that stands in the place of the expanded one, if it has the shape. -42
+  // leaves them.
   virtual int FitToCpt() = 0;
   // The expanded table, made if it isn't up to date. `out` is null on failure.
   virtual int GetCptMatrix(QVR_Dmatrix*& out);

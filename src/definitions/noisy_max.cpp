@@ -149,9 +149,9 @@ int QVR_noisyMAX::PermuteParentBlock(int parentIndex, const QVR_intArray& order)
       !IsPermutation(list)) {
     return QVR_OUT_OF_RANGE;
   }
-  const QVR_Dmatrix old(ciWeights);
-  if (old.GetNumElements() == 0) {
-    return QVR_OUT_OF_MEMORY;
+  QVR_Dmatrix old;
+  if (int status = old.Copy(ciWeights); status < 0) {
+    return status;
   }
   const std::vector<int> owners = GetStrengths(parentIndex);
   const int offset = GetParentOffset(parentIndex);

@@ -1,6 +1,7 @@
 // Approximates a full table by noisy-MAX parameters: from a first guess, the change of one cell that lowers
 // the squared error most is made again and again, by a step that halves when no change helps.
 #include <algorithm>
+#include <array>
 #include <numeric>
 
 #include "definitions/noisy_max.h"
@@ -16,10 +17,10 @@ constexpr int kMostChanges = 10000;
 
 // One parameter row's part of the table: the cells of one outcome of a parent, or for the leak all of them.
 struct Slice {
-  std::vector<double> others;  // cumulative factors of all other rows, for each combination of their parents
-  int block;                   // the parent's place, or -1 for the leak
-  int place;                   // of its outcome
-  int inner;                   // combinations of the parents behind it
+  int block;         // the parent's place, or -1 for the leak
+  int place;         // of its outcome
+  int inner;         // combinations of the parents behind it
+  int combinations;  // of all other parents
 };
 
 class NoisyMaxFit {
@@ -30,6 +31,8 @@ class NoisyMaxFit {
         weights(newWeights),
         width(newWeights.GetDimension(1)) {}
 
+  // All the room that the fit takes: -42 leaves the weights alone.
+  int MakeRoom();
   void Seed();
   void Run();
 
@@ -44,7 +47,7 @@ class NoisyMaxFit {
   [[nodiscard]] double* RowAt(int row) { return &weights.Subscript(row * width); }
   [[nodiscard]] int LeakRow() const { return weights.GetDimension(0) - 1; }
   [[nodiscard]] Slice SliceOf(int block, int place);
-  [[nodiscard]] double Error(const Slice& slice, std::vector<double> row) const;
+  [[nodiscard]] double Error(const Slice& slice, std::span<const double> row);
   [[nodiscard]] Change BestChange(double step);
   void TryRow(const Slice& slice, int row, double step, Change& best);
   void ChangeCell(double* row, int column, double delta) const;
@@ -53,7 +56,23 @@ class NoisyMaxFit {
   const std::vector<int>& blocks;
   QVR_Dmatrix& weights;
   int width;
+  QVR_Dmatrix factors;  // the weights, cumulated
+  QVR_Dmatrix
+      others;  // cumulative factors of all rows but the slice's, for each combination of their parents
+  QVR_doubleArray trial;
+  QVR_doubleArray cumulated;
 };
+
+int NoisyMaxFit::MakeRoom() {
+  if (int status = factors.Copy(weights); status < 0) {
+    return status;
+  }
+  if (int status = others.SetDimensions(std::array{static_cast<int>(target.size())}); status < 0) {
+    return status;
+  }
+  const int status = trial.SetSize(width);
+  return status < 0 ? status : cumulated.SetSize(width);
+}
 
 // What a parent does alone is read where the others stand at their first outcome; the leak, where all stand
 // at the last, the distinguished one.
@@ -73,29 +92,27 @@ void NoisyMaxFit::Seed() {
 }
 
 Slice NoisyMaxFit::SliceOf(int block, int place) {
-  QVR_Dmatrix factors(weights);
+  factors.GetItems().CopyPrefix(weights.GetItems());
   for (int row = 0; row <= LeakRow(); ++row) {
     Cumulate({&factors.Subscript(row * width), static_cast<std::size_t>(width)});
   }
-  Slice slice{{}, block, place, 1};
-  const int own = block < 0 ? 1 : blocks[static_cast<std::size_t>(block)];
-  slice.others.resize(target.size() / static_cast<std::size_t>(own));
+  Slice slice{block, place, 1, 1};
+  double* const cells = &others.Subscript(0);
   const double* leak = &factors.Subscript(LeakRow() * width);
   for (int j = 0; j < width; ++j) {
-    slice.others[static_cast<std::size_t>(j)] = block < 0 ? 1.0 : leak[j];
+    cells[j] = block < 0 ? 1.0 : leak[j];
   }
   const double* rows = &factors.Subscript(0);
-  int tableRows = 1;
   for (int parent = 0; parent < static_cast<int>(blocks.size()); ++parent) {
     const int count = blocks[static_cast<std::size_t>(parent)];
     if (parent != block) {
-      ExpandByParent(slice.others.data(), tableRows, width, count,
+      ExpandByParent(cells, slice.combinations, width, count,
                      [&](const double* before, int outcome, double* after) {
                        for (int j = 0; j < width; ++j) {
                          after[j] = before[j] * rows[outcome * width + j];
                        }
                      });
-      tableRows *= count;
+      slice.combinations *= count;
       slice.inner *= parent > block ? count : 1;
     }
     rows += count * width;
@@ -104,19 +121,20 @@ Slice NoisyMaxFit::SliceOf(int block, int place) {
 }
 
 // The squared error over the slice if its row were this one.
-double NoisyMaxFit::Error(const Slice& slice, std::vector<double> row) const {
-  Cumulate(row);
+double NoisyMaxFit::Error(const Slice& slice, std::span<const double> row) {
+  double* const ownFactors = &cumulated[0];
+  std::copy(row.begin(), row.end(), ownFactors);
+  Cumulate(cumulated.Vector());
   const int count = slice.block < 0 ? 1 : blocks[static_cast<std::size_t>(slice.block)];
-  const auto combinations = static_cast<int>(slice.others.size()) / width;
   double sum = 0;
-  for (int other = 0; other < combinations; ++other) {
+  for (int other = 0; other < slice.combinations; ++other) {
     const int outer = other / slice.inner;
     const int tableRow = slice.block < 0 ? other : (outer * (count - 1) + slice.place) * slice.inner + other;
-    const double* factors = &slice.others[static_cast<std::size_t>(other * width)];
+    const double* otherFactors = &others.Subscript(other * width);
     const double* wanted = &target[static_cast<std::size_t>(tableRow * width)];
     double next = 0;
     for (int j = width - 1; j >= 0; --j) {
-      const double cumulative = factors[j] * row[static_cast<std::size_t>(j)];
+      const double cumulative = otherFactors[j] * ownFactors[j];
       const double difference = std::max(cumulative - next, 0.0) - wanted[j];
       sum += difference * difference;
       next = cumulative;
@@ -137,7 +155,7 @@ void NoisyMaxFit::ChangeCell(double* row, int column, double delta) const {
 }
 
 void NoisyMaxFit::TryRow(const Slice& slice, int row, double step, Change& best) {
-  const std::vector<double> present(RowAt(row), RowAt(row) + width);
+  const std::span<const double> present(RowAt(row), static_cast<std::size_t>(width));
   const double presentError = Error(slice, present);
   for (int column = 0; column < width; ++column) {
     for (const double delta : {step, -step}) {
@@ -145,9 +163,9 @@ void NoisyMaxFit::TryRow(const Slice& slice, int row, double step, Change& best)
       if (value > 1.0 || value < 0.0) {
         continue;
       }
-      std::vector<double> trial = present;
-      ChangeCell(trial.data(), column, delta);
-      if (const double gain = presentError - Error(slice, std::move(trial)); gain > best.gain) {
+      std::copy(present.begin(), present.end(), trial.Vector().begin());
+      ChangeCell(&trial[0], column, delta);
+      if (const double gain = presentError - Error(slice, trial.Vector()); gain > best.gain) {
         best = {gain, row, column, delta};
       }
     }
@@ -169,7 +187,9 @@ NoisyMaxFit::Change NoisyMaxFit::BestChange(double step) {
 
 void NoisyMaxFit::Run() {
   double step = 1.0 / width;
-  const auto error = [this] { return Error(SliceOf(-1, 0), {RowAt(LeakRow()), RowAt(LeakRow()) + width}); };
+  const auto error = [this] {
+    return Error(SliceOf(-1, 0), {RowAt(LeakRow()), static_cast<std::size_t>(width)});
+  };
   for (int changes = 0; step > kLastStep && changes < kMostChanges && error() > 0;) {
     const Change best = BestChange(step);
     if (best.row < 0) {
@@ -187,11 +207,15 @@ int QVR_noisyMAX::FitToCpt() {
   if (!expandedTable.HasShape(TableShape())) {
     return QVR_OKAY;
   }
+  upToDate = false;
+  NoisyMaxFit fit(expandedTable, blockSizes, ciWeights);
+  if (int status = fit.MakeRoom(); status < 0) {
+    return status;
+  }
   // All rows are made anew, so their order is free.
   for (std::vector<int>& owners : strengths) {
     std::iota(owners.begin(), owners.end(), 0);
   }
-  NoisyMaxFit fit(expandedTable, blockSizes, ciWeights);
   fit.Seed();
   fit.Run();
   ParametersChanged();
