@@ -192,6 +192,20 @@ int QVR_noisyAdder::SetParentDistinguishedState(int parentIndex, int state) {
   return NumbersReplaced();
 }
 
+int QVR_noisyAdder::SetParentDistinguishedStates(std::span<const int> states) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const auto isOutcome = [](int state, int count) { return state >= 0 && state < count; };
+  if (!std::equal(states.begin(), states.end(), blockSizes.begin(), blockSizes.end(), isOutcome)) {
+    return QVR_OUT_OF_RANGE;
+  }
+  parentDistinguishedStates.assign(states.begin(), states.end());
+  WriteDistinguishedRows();
+  ParametersChanged();
+  return NumbersReplaced();
+}
+
 int QVR_noisyAdder::SetParentWeights(const QVR_doubleArray& weights) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;

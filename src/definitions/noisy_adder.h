@@ -34,8 +34,9 @@ class QVR_noisyAdder : public QVR_ciDefinition {
   // All -2 for bad arguments. The states: outcomes of the node and of a parent.
   int SetDistinguishedState(int state);
   int SetParentDistinguishedState(int parentIndex, int state);
-  int SetParentWeights(const QVR_doubleArray& weights);  // one for each parent, then the leak's
-  int SetFunction(int newFunction);                      // an AdderFunction
+  int SetParentDistinguishedStates(std::span<const int> states);  // all in one step
+  int SetParentWeights(const QVR_doubleArray& weights);           // one for each parent, then the leak's
+  int SetFunction(int newFunction);                               // an AdderFunction
   [[nodiscard]] int GetDistinguishedState() const { return distinguishedState; }
   [[nodiscard]] const std::vector<int>& GetParentDistinguishedStates() const {
     return parentDistinguishedStates;

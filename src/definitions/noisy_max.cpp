@@ -140,6 +140,21 @@ int QVR_noisyMAX::SetParentOutcomeStrengths(int parentIndex, const QVR_intArray&
   return NumbersReplaced();
 }
 
+int QVR_noisyMAX::SetOutcomeStrengths(std::vector<std::vector<int>> newStrengths) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  const auto isOrder = [](const std::vector<int>& list, const std::vector<int>& old) {
+    return list.size() == old.size() && IsPermutation(list);
+  };
+  if (!std::equal(newStrengths.begin(), newStrengths.end(), strengths.begin(), strengths.end(), isOrder)) {
+    return QVR_OUT_OF_RANGE;
+  }
+  strengths.swap(newStrengths);
+  ParametersChanged();
+  return NumbersReplaced();
+}
+
 int QVR_noisyMAX::PermuteParentBlock(int parentIndex, const QVR_intArray& order) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;

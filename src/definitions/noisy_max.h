@@ -42,6 +42,8 @@ class QVR_noisyMAX : public QVR_ciDefinition {
   }
   // Says anew which outcome owns which row; the rows stay. -2 unless it is an order of all outcomes.
   int SetParentOutcomeStrengths(int parentIndex, const QVR_intArray& newStrengths);
+  // The same for all parents in one step.
+  int SetOutcomeStrengths(std::vector<std::vector<int>> newStrengths);
   // Moves rows together with the outcomes that own them: new row k is old row order[k].
   int PermuteParentBlock(int parentIndex, const QVR_intArray& order);
 

@@ -27,21 +27,15 @@ bool ReadWholeInt(const std::string& text, int& out) {
   return true;
 }
 
-// The outcomes by their places, from the places by outcomes. False for what isn't such a list.
-bool InvertPlaces(std::span<const int> places, QVR_intArray& owners) {
-  const int count = static_cast<int>(places.size());
-  if (owners.SetSize(count) < 0) {
-    return false;
-  }
-  owners.Fill(-1);
-  for (int outcome = 0; outcome < count; ++outcome) {
-    const int place = places[static_cast<std::size_t>(outcome)];
-    if (place < 0 || place >= count || owners[place] >= 0) {
-      return false;
+// The outcomes by their places, from the places by outcomes. What isn't such a list leaves a -1.
+std::vector<int> InvertPlaces(std::span<const int> places) {
+  std::vector<int> owners(places.size(), -1);
+  for (std::size_t outcome = 0; outcome < places.size(); ++outcome) {
+    if (const int place = places[outcome]; place >= 0 && place < static_cast<int>(places.size())) {
+      owners[static_cast<std::size_t>(place)] = static_cast<int>(outcome);
     }
-    owners[place] = outcome;
   }
-  return true;
+  return owners;
 }
 
 std::string WrongSize(int size, int expected) {
@@ -176,16 +170,16 @@ void XmlNetLoader::EndNoisyMax(IXmlReader& /*reader*/) {
 // the end of the list is ignored.
 bool XmlNetLoader::SetStrengths(QVR_noisyMAX& noisyMax) {
   std::span<const int> left = canonical.strengths;
+  std::vector<std::vector<int>> strengths;
   for (int parent = 0; parent < network.GetNumberOfParents(currentNode); ++parent) {
     const std::size_t count = noisyMax.GetStrengths(parent).size();
-    QVR_intArray owners;
-    if (count > left.size() || !InvertPlaces(left.first(count), owners) ||
-        noisyMax.SetParentOutcomeStrengths(parent, owners) < 0) {
+    if (count > left.size()) {
       return false;
     }
+    strengths.push_back(InvertPlaces(left.first(count)));
     left = left.subspan(count);
   }
-  return true;
+  return noisyMax.SetOutcomeStrengths(std::move(strengths)) >= 0;
 }
 
 void XmlNetLoader::SetCiParameters(QVR_ciDefinition& ci) {
@@ -221,11 +215,8 @@ bool XmlNetLoader::SetDistinguishedStates(QVR_noisyAdder& adder) {
           std::to_string(parentCount + 1));
   } else if (adder.SetDistinguishedState(states[0]) < 0) {
     Abort("SetDistinguishedState call fails");
-  }
-  for (int parent = 0; parent < parentCount && !IsAborted(); ++parent) {
-    if (adder.SetParentDistinguishedState(parent, states[static_cast<std::size_t>(parent) + 1]) < 0) {
-      Abort("SetParentDistinguishedState call fails");
-    }
+  } else if (adder.SetParentDistinguishedStates(std::span(states).subspan(1)) < 0) {
+    Abort("SetParentDistinguishedState call fails");
   }
   return !IsAborted();
 }
