@@ -210,11 +210,9 @@ void QVR_ciDefinition::AddPresentParents() {
   if (network == nullptr) {
     return;
   }
-  for (int parent : network->GetParents(handle)) {
-    if (AddParent(parent) < 0) {
-      return;
-    }
-  }
+  const QVR_intArray& parents = network->GetParents(handle);
+  int taken = 0;
+  TakeParents({parents.begin(), parents.end()}, taken);
 }
 
 int QVR_ciDefinition::RebuildFromNetwork() {

@@ -50,6 +50,7 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
   int ExpandInto(QVR_nodeDefinition& other) override;
   [[nodiscard]] int TestParentGrowth(int parentHandle) const override;
   [[nodiscard]] int GetParentDimension(int parentHandle) const override;
+  int TakeParents(std::span<const int> parentHandles, int& taken) override;  // all their rows in one step
 
   // Computes the expanded table from the parameters, in time linear in its size. -42 leaves it empty.
   virtual int ExpandToCpt() = 0;
@@ -121,6 +122,9 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
   std::vector<int> blockSizes;  // rows of each parent's block
 
  private:
+  // TakeParents for those that follow each other in the parent list, at least one.
+  int AddNeighbours(std::span<const int> parentHandles, int& taken);
+  int OpenBlocks(int first, std::span<const int> sizes);
   int InsertOutcomeAt(int position, const char* name);
   int ReplaceAllOutcomes(const QVR_idArray& names);
   void AdoptTable(QVR_nodeDefinition& other);

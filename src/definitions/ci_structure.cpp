@@ -65,28 +65,76 @@ int QVR_ciDefinition::CloseRow(int parentIndex, int place) {
 }
 
 int QVR_ciDefinition::AddParent(int parentHandle) {
+  int taken = 0;
+  return TakeParents({&parentHandle, 1}, taken);
+}
+
+int QVR_ciDefinition::TakeParents(std::span<const int> parentHandles, int& taken) {
+  taken = 0;
   if (!IsReady() || !HasParameters()) {
     return QVR_OBJECT_NOT_READY;
   }
-  const QVR_node* parent = ParentNode(parentHandle);
-  const int position = ParentPosition(parentHandle);
-  if (parent == nullptr || !TakesParent(GetType(), parent->GetType()) || position > ParentCount()) {
+  int status = QVR_OKAY;
+  while (status >= 0 && taken < static_cast<int>(parentHandles.size())) {
+    int more = 0;
+    status = AddNeighbours(parentHandles.subspan(static_cast<std::size_t>(taken)), more);
+    taken += more;
+  }
+  return status;
+}
+
+int QVR_ciDefinition::AddNeighbours(std::span<const int> parentHandles, int& taken) {
+  taken = 0;
+  const int first = ParentPosition(parentHandles[0]);
+  if (first < 0 || first > ParentCount()) {
     return QVR_OUT_OF_RANGE;
   }
-  const int count = parent->GetNumberOfOutcomes();
-  if (count < 1) {
+  const QVR_intArray& list = network->GetParents(handle);
+  std::vector<int> sizes;
+  std::int64_t rows = RowCount();
+  int status = QVR_OKAY;
+  for (const int parentHandle : parentHandles) {
+    const int position = first + static_cast<int>(sizes.size());
+    if (position >= list.GetNumItems() || list[position] != parentHandle) {
+      break;
+    }
+    const QVR_node& parent = *network->NodeAt(parentHandle);
+    const int count = std::max(parent.GetNumberOfOutcomes(), 0);
+    rows += count;
+    status =
+        TakesParent(GetType(), parent.GetType()) ? TestTableGrowth(ciWeights, 0, rows) : QVR_OUT_OF_RANGE;
+    if (status < 0) {
+      break;
+    }
+    if (count > 0) {
+      sizes.push_back(count);
+    }
+    ++taken;
+  }
+  if (const int opened = OpenBlocks(first, sizes); opened < 0) {
+    // Fewer may find the memory.
+    const auto half = static_cast<std::size_t>(taken) / 2;
+    taken = 0;
+    return half > 0 ? AddNeighbours(parentHandles.first(half), taken) : opened;
+  }
+  return status;
+}
+
+int QVR_ciDefinition::OpenBlocks(int first, std::span<const int> sizes) {
+  if (sizes.empty()) {
     return QVR_OKAY;
   }
-  const int offset = position < ParentCount() ? GetParentOffset(position) : RowCount() - 1;
-  if (int status = TestTableGrowth(ciWeights, 0, std::int64_t{RowCount()} + count); status < 0) {
+  const int offset = first < ParentCount() ? GetParentOffset(first) : RowCount() - 1;
+  if (int status = ReplaceRows(offset, 0, std::accumulate(sizes.begin(), sizes.end(), 0)); status < 0) {
     return status;
   }
-  if (int status = ReplaceRows(offset, 0, count); status < 0) {
-    return status;
+  blockSizes.insert(blockSizes.begin() + first, sizes.begin(), sizes.end());
+  int row = offset;
+  for (int block = first; block < first + static_cast<int>(sizes.size()); ++block) {
+    BlockOpened(block);
+    MakeDistinguished(Row(row + DistinguishedPlace(block)));
+    row += blockSizes[static_cast<std::size_t>(block)];
   }
-  blockSizes.insert(blockSizes.begin() + position, count);
-  BlockOpened(position);
-  WriteDistinguishedRow(position);
   ciWeights.Normalize();
   ParametersChanged();
   return QVR_OKAY;

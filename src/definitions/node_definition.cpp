@@ -224,12 +224,26 @@ void QVR_nodeDefinition::AddAllParents() {
     return;
   }
   const QVR_intArray& list = network->GetParents(handle);
-  for (int parent : std::vector<int>(list.begin(), list.end())) {
-    if (int status = AddParent(parent); status < 0) {
+  const std::vector<int> parents(list.begin(), list.end());
+  for (std::span<const int> left = parents; !left.empty();) {
+    int taken = 0;
+    if (int status = TakeParents(left, taken); status < 0) {
       GetErrorLog().Log(status, "Parent could not be added");
-      DetachParent(parent);
+      DetachParent(left[static_cast<std::size_t>(taken++)]);
     }
+    left = left.subspan(static_cast<std::size_t>(taken));
   }
+}
+
+int QVR_nodeDefinition::TakeParents(std::span<const int> parentHandles, int& taken) {
+  taken = 0;
+  for (const int parent : parentHandles) {
+    if (int status = AddParent(parent); status < 0) {
+      return status;
+    }
+    ++taken;
+  }
+  return QVR_OKAY;
 }
 
 int QVR_nodeDefinition::StatusWithoutDimension(int parentHandle) {

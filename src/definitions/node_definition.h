@@ -126,6 +126,10 @@ class QVR_nodeDefinition : public QVR_object {
   // a class whose table is costly may know without. Negative, too, if there's no table of these dimensions.
   [[nodiscard]] virtual int AllCellsEqual(double x, std::span<const int> pattern);
 
+  // AddParent for each in order, up to the first that is refused, whose code comes back; `taken` is how many
+  // weren't. All are in the parent list already. A class whose AddParent is costly may take many in one step.
+  virtual int TakeParents(std::span<const int> parentHandles, int& taken);
+
   [[nodiscard]] int GetHandle() const { return handle; }
   [[nodiscard]] QVR_network* GetNetwork() const { return network; }
   // Rebinds without telling anybody.

@@ -216,11 +216,8 @@ long long XmlNetLoader::CountParentConfigurations() const {
 }
 
 void XmlNetLoader::AddArcs() {
-  for (int parent : parents) {
-    if (network.AddArc(parent, currentNode, kOrdinaryLayer) < 0) {
-      Abort("AddArc failed");
-      return;
-    }
+  if (network.AddArcs(parents, currentNode) < 0) {
+    Abort("AddArc failed");
   }
 }
 

@@ -2,6 +2,7 @@
 #ifndef QVR_MODEL_NETWORK_H
 #define QVR_MODEL_NETWORK_H
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -85,6 +86,9 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // -2 for bad or equal handles or an arc that exists in either direction; -11 for a cycle; -51 by the
   // temporal rule, or with "Arc rejected by child node".
   int AddArc(int parent, int child, int layer);
+  // As AddArc in the ordinary layer for each parent in order, up to the first failure; a child of many
+  // parents makes room for all in one step.
+  int AddArcs(std::span<const int> parents, int child);
   int RemoveArc(int parent, int child, int layer);
   int AddCostArc(int parent, int child);
   int RemoveCostArc(int parent, int child);
@@ -190,7 +194,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int StoreFirstId(QVR_node& node, const char* identifier);
   [[nodiscard]] bool IsSubmodelId(const char* identifier) const;
   [[nodiscard]] bool HasArc(int parent, int child, int layer) const;
-  int LinkNodes(int parent, int child);
+  [[nodiscard]] int TestArc(int parent, int child);
+  int LinkNodes(std::span<const int> parents, int child, int& linked);
   [[nodiscard]] bool AllowsDynamicArc(int parent, int child) const;
   [[nodiscard]] std::string GenerateNodeId();
   void ClearEntryBits(unsigned bits);

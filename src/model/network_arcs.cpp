@@ -50,9 +50,49 @@ bool QVR_network::HasArc(int parent, int child, int layer) const {
 }
 
 int QVR_network::AddArc(int parent, int child, int layer) {
-  if (layer == kCostLayer) {
-    return AddCostArc(parent, child);
+  return layer == kCostLayer ? AddCostArc(parent, child) : AddArcs({&parent, 1}, child);
+}
+
+int QVR_network::AddArcs(std::span<const int> parents, int child) {
+  int linked = 0;
+  int status = LinkNodes(parents, child, linked);
+  int taken = 0;
+  if (linked > 0) {
+    const std::span<const int> added = parents.first(static_cast<std::size_t>(linked));
+    if (Entry(child).node->definition->TakeParents(added, taken) < 0) {
+      status = GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
+    }
   }
+  for (; linked > taken; --linked) {
+    DropLast(Entry(parents[static_cast<std::size_t>(linked) - 1]).children);
+    DropLast(Entry(child).parents);
+  }
+  if (taken > 0 && (relevanceMask & kRelevanceArcAdded) != 0 && TracksChanges()) {
+    InvalidateFrom(child);
+    UpdateIfImmediate();
+  }
+  return status;
+}
+
+// Lists the arcs up to the first that can't be.
+int QVR_network::LinkNodes(std::span<const int> parents, int child, int& linked) {
+  for (const int parent : parents) {
+    if (int status = TestArc(parent, child); status < 0) {
+      return status;
+    }
+    if (int status = Entry(parent).children.Add(child); status < 0) {
+      return status;
+    }
+    if (int status = Entry(child).parents.Add(parent); status < 0) {
+      DropLast(Entry(parent).children);
+      return status;
+    }
+    ++linked;
+  }
+  return QVR_OKAY;
+}
+
+int QVR_network::TestArc(int parent, int child) {
   if (!IsValidHandle(parent) || !IsValidHandle(child) || parent == child ||
       HasArc(parent, child, kOrdinaryLayer) || HasArc(child, parent, kOrdinaryLayer)) {
     return QVR_OUT_OF_RANGE;
@@ -63,34 +103,9 @@ int QVR_network::AddArc(int parent, int child, int layer) {
   if (!AllowsDynamicArc(parent, child)) {
     return QVR_WRONG_NODE_TYPE;
   }
-  if (int status = LinkNodes(parent, child); status < 0) {
-    return status;
-  }
-  if ((relevanceMask & kRelevanceArcAdded) != 0 && TracksChanges()) {
-    InvalidateFrom(child);
-    UpdateIfImmediate();
-  }
-  return QVR_OKAY;
-}
-
-int QVR_network::LinkNodes(int parent, int child) {
-  QVR_nodeDefinition* definition = Entry(child).node->definition.get();
-  if (!Entry(parent).node->definition || definition == nullptr) {
-    return GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
-  }
-  if (int status = Entry(parent).children.Add(child); status < 0) {
-    return status;
-  }
-  if (int status = Entry(child).parents.Add(parent); status < 0) {
-    DropLast(Entry(parent).children);
-    return status;
-  }
-  if (definition->AddParent(parent) < 0) {
-    DropLast(Entry(parent).children);
-    DropLast(Entry(child).parents);
-    return GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
-  }
-  return QVR_OKAY;
+  return Entry(parent).node->definition && Entry(child).node->definition
+             ? QVR_OKAY
+             : GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
 }
 
 int QVR_network::RemoveArc(int parent, int child, int layer) {
