@@ -191,6 +191,26 @@ int QVR_nodeDefinition::AllCellsEqual(double x, std::span<const int> pattern) {
                                                                        : QVR_OUT_OF_RANGE;
 }
 
+std::vector<int> QVR_nodeDefinition::OnlyPossibleOutcomes(std::vector<int> pattern,
+                                                          std::span<const int> counts) {
+  std::vector<int> found(counts.size(), QVR_OUT_OF_RANGE);
+  for (std::size_t place = 0; place < counts.size(); ++place) {
+    int possible = 0;
+    for (int outcome = 0; outcome < counts[place] && possible < 2; ++outcome) {
+      pattern[place] = outcome;
+      const int isRuledOut = AllCellsEqual(0.0, pattern);
+      if (isRuledOut < 0) {
+        return std::vector<int>(counts.size(), QVR_OUT_OF_RANGE);
+      }
+      if (isRuledOut == 0) {
+        found[place] = ++possible == 1 ? outcome : QVR_OUT_OF_RANGE;
+      }
+    }
+    pattern[place] = counts[place] > 0 ? -1 : pattern[place];
+  }
+  return found;
+}
+
 void QVR_nodeDefinition::SetOwner(QVR_network* newNetwork, int newHandle) {
   network = newNetwork;
   handle = newHandle;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <vector>
 
 #include "model/dense_matrix.h"
 #include "model/number_array.h"
@@ -126,6 +127,11 @@ class QVR_nodeDefinition : public QVR_object {
   // a class whose table is costly may know without. Negative, too, if there's no table of these dimensions.
   [[nodiscard]] virtual int AllCellsEqual(double x, std::span<const int> pattern);
 
+  // For each of the `counts`, the outcomes of as many parents, the one that the rest of the pattern doesn't
+  // rule out, or -2 if there are several or none. Nothing is said, -2, for a count below 1; of the other
+  // parents those before are taken as unknown, whatever the pattern says. All -2 if there's no table to tell.
+  [[nodiscard]] virtual std::vector<int> OnlyPossibleOutcomes(std::vector<int> pattern,
+                                                              std::span<const int> counts);
   // AddParent for each in order, up to the first that is refused, whose code comes back; `taken` is how many
   // weren't. All are in the parent list already. A class whose AddParent is costly may take many in one step.
   virtual int TakeParents(std::span<const int> parentHandles, int& taken);

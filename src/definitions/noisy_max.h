@@ -32,6 +32,9 @@ class QVR_noisyMAX : public QVR_ciDefinition {
   // Relevant unless every row of the block is certain of the distinguished outcome; no use of epsilon.
   int CheckParentInfluence(int parentIndex, double epsilon, int& isRelevant) override;
   int AllCellsEqual(double x, std::span<const int> pattern) override;
+  // In time linear in the parameters.
+  [[nodiscard]] std::vector<int> OnlyPossibleOutcomes(std::vector<int> pattern,
+                                                      std::span<const int> counts) override;
   int ExpandToCpt() override;
   // Steepest descent on the sum of squared errors, from a row to each parent outcome and in halving steps.
   int FitToCpt() override;
@@ -69,6 +72,11 @@ class QVR_noisyMAX : public QVR_ciDefinition {
     int first;
     int count;
   };
+  // What such rows can do to an outcome.
+  struct Effect {
+    bool possible;  // a factor is above 0
+    bool falls;     // and one of these falls to the next outcome
+  };
 
   int SetCompoundParameters(const QVR_Dmatrix& matrix);
   [[nodiscard]] bool HasDistinguishedRows() const;
@@ -78,6 +86,8 @@ class QVR_noisyMAX : public QVR_ciDefinition {
   // The probability of the outcome or any less severe one in a row.
   [[nodiscard]] double CumulativeAt(int row, int outcome) const;
   [[nodiscard]] RowRange SelectedRows(int parentIndex, int offset, int outcome) const;
+  [[nodiscard]] bool IsPattern(std::span<const int> pattern) const;
+  [[nodiscard]] Effect EffectOf(RowRange rows, int outcome) const;
   [[nodiscard]] bool IsRuledOut(std::span<const int> pattern) const;
   [[nodiscard]] bool IsForced(std::span<const int> pattern) const;
 

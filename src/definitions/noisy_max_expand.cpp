@@ -1,5 +1,7 @@
 // The full table of a noisy-MAX node, and what can be said of it without making it.
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 #include "definitions/noisy_max.h"
 #include "definitions/probability_row.h"
@@ -65,14 +67,14 @@ QVR_noisyMAX::RowRange QVR_noisyMAX::SelectedRows(int parentIndex, int offset, i
                      : RowRange{offset + PlaceOfOutcome(parentIndex, outcome), 1};
 }
 
+bool QVR_noisyMAX::IsPattern(std::span<const int> pattern) const {
+  return static_cast<int>(pattern.size()) == ParentCount() + 1 && pattern.back() < ColumnCount() &&
+         std::equal(blockSizes.begin(), blockSizes.end(), pattern.begin(), std::greater<>());
+}
+
 int QVR_noisyMAX::AllCellsEqual(double x, std::span<const int> pattern) {
-  if (static_cast<int>(pattern.size()) != ParentCount() + 1 || pattern.back() >= ColumnCount()) {
+  if (!IsPattern(pattern)) {
     return QVR_OUT_OF_RANGE;
-  }
-  for (std::size_t i = 0; i < blockSizes.size(); ++i) {
-    if (pattern[i] >= blockSizes[i]) {
-      return QVR_OUT_OF_RANGE;
-    }
   }
   // What the parameters say is exact for probabilities; of other numbers only the table knows.
   if (!IsConsistent() || pattern.back() < 0 || (x != 0.0 && x != 1.0)) {
@@ -81,33 +83,72 @@ int QVR_noisyMAX::AllCellsEqual(double x, std::span<const int> pattern) {
   return (x == 0.0 ? IsRuledOut(pattern) : IsForced(pattern)) ? 1 : 0;
 }
 
+QVR_noisyMAX::Effect QVR_noisyMAX::EffectOf(RowRange rows, int outcome) const {
+  Effect effect = {false, false};
+  for (int row = rows.first; row < rows.first + rows.count && !effect.falls; ++row) {
+    const double factor = CumulativeAt(row, outcome);
+    effect.possible = effect.possible || factor > 0;
+    effect.falls = factor > 0 && (outcome == ColumnCount() - 1 || factor > CumulativeAt(row, outcome + 1));
+  }
+  return effect;
+}
+
 // A cell is the product of the cumulative factors at its outcome, less that at the next. It is 0 just when
 // some factor at the outcome is 0, or no factor falls from the outcome to the next. So all selected cells
 // are unless every parent has a row with a factor above 0, and with one of these, or the leak, it falls.
 bool QVR_noisyMAX::IsRuledOut(std::span<const int> pattern) const {
   const int outcome = pattern.back();
-  const auto falls = [&](int row) {
-    return outcome == ColumnCount() - 1 || CumulativeAt(row, outcome) > CumulativeAt(row, outcome + 1);
-  };
-  const int leak = RowCount() - 1;
-  if (CumulativeAt(leak, outcome) == 0) {
-    return true;
-  }
-  bool anyFalls = falls(leak);
-  for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
-    const RowRange rows = SelectedRows(parent, offset, pattern[static_cast<std::size_t>(parent)]);
-    bool possible = rows.count > 1;  // with the distinguished row
-    for (int row = rows.first; row < rows.first + rows.count && !(possible && anyFalls); ++row) {
-      const bool isPositive = CumulativeAt(row, outcome) > 0;
-      possible = possible || isPositive;
-      anyFalls = anyFalls || (isPositive && falls(row));
-    }
-    if (!possible) {
-      return true;
-    }
+  const Effect leak = EffectOf({RowCount() - 1, 1}, outcome);
+  bool possible = leak.possible;
+  bool anyFalls = leak.falls;
+  for (int parent = 0, offset = 0; parent < ParentCount() && possible; ++parent) {
+    const Effect effect =
+        EffectOf(SelectedRows(parent, offset, pattern[static_cast<std::size_t>(parent)]), outcome);
+    possible = effect.possible;
+    anyFalls = anyFalls || effect.falls;
     offset += blockSizes[static_cast<std::size_t>(parent)];
   }
-  return !anyFalls;
+  return !possible || !anyFalls;
+}
+
+// As IsRuledOut for each outcome of each parent, with the effects of all other parents only counted.
+std::vector<int> QVR_noisyMAX::OnlyPossibleOutcomes(std::vector<int> pattern, std::span<const int> counts) {
+  if (!IsPattern(pattern) || !IsConsistent() || pattern.back() < 0 || counts.size() != blockSizes.size()) {
+    return QVR_ciDefinition::OnlyPossibleOutcomes(std::move(pattern), counts);
+  }
+  const int outcome = pattern.back();
+  int impossible = 0;
+  int falling = 0;
+  const auto count = [&](const Effect& effect, int sign) {
+    impossible += effect.possible ? 0 : sign;
+    falling += effect.falls ? sign : 0;
+  };
+  const auto effectOf = [&](int parent, int offset) {
+    return EffectOf(SelectedRows(parent, offset, pattern[static_cast<std::size_t>(parent)]), outcome);
+  };
+  count(EffectOf({RowCount() - 1, 1}, outcome), 1);
+  for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
+    count(effectOf(parent, offset), 1);
+    offset += blockSizes[static_cast<std::size_t>(parent)];
+  }
+  std::vector<int> found(counts.size(), QVR_OUT_OF_RANGE);
+  for (int parent = 0, offset = 0; parent < ParentCount(); ++parent) {
+    const auto place = static_cast<std::size_t>(parent);
+    if (counts[place] > 0) {
+      count(effectOf(parent, offset), -1);
+      int possible = 0;
+      for (int row = 0; row < blockSizes[place]; ++row) {
+        const Effect own = EffectOf({offset + row, 1}, outcome);
+        if (impossible == 0 && own.possible && (own.falls || falling > 0)) {
+          found[place] = ++possible == 1 ? strengths[place][static_cast<std::size_t>(row)] : QVR_OUT_OF_RANGE;
+        }
+      }
+      pattern[place] = -1;
+      count(effectOf(parent, offset), 1);
+    }
+    offset += blockSizes[place];
+  }
+  return found;
 }
 
 // A cell is 1 just when all factors are 1 at its outcome and one of them is 0 at the next. All selected

@@ -1,33 +1,10 @@
 #include "model/evidence_propagation.h"
 
+#include <utility>
+
 #include "model/error_log.h"
 
 namespace qvr {
-
-namespace {
-
-// The one outcome of a dimension that isn't ruled out, or -2 if there are several or none. The pattern's
-// element stays -1: later parents are tested with this one taken as unknown.
-int OnlyPossibleOutcome(QVR_nodeDefinition& definition, std::vector<int>& pattern, std::size_t place,
-                        int count) {
-  int possible = QVR_OUT_OF_RANGE;
-  for (int outcome = 0; outcome < count; ++outcome) {
-    pattern[place] = outcome;
-    const int isRuledOut = definition.AllCellsEqual(0.0, pattern);
-    if (isRuledOut == 1) {
-      continue;
-    }
-    const bool isFirst = isRuledOut == 0 && possible < 0;
-    possible = isFirst ? outcome : QVR_OUT_OF_RANGE;
-    if (!isFirst) {
-      break;
-    }
-  }
-  pattern[place] = -1;
-  return possible;
-}
-
-}  // namespace
 
 int EvidencePropagation::Run(int handle) {
   int status = Enter(handle);
@@ -40,7 +17,7 @@ int EvidencePropagation::Run(int handle) {
 int EvidencePropagation::Enter(int handle) {
   network.Entry(handle).flags |= kEntryVisited;
   if (const int outcome = EvidenceOf(handle); outcome >= 0) {
-    frames.push_back({.handle = handle, .outcome = outcome, .pattern = {}});
+    frames.push_back({.handle = handle, .outcome = outcome, .pattern = {}, .deductions = {}});
   }
   return QVR_OKAY;
 }
@@ -85,8 +62,13 @@ void EvidencePropagation::TurnBackward(Frame& frame) {
   }
   frame.backward = true;
   frame.neighbour = 0;
-  frame.pattern = FamilyPattern(frame.handle);
-  frame.pattern.back() = frame.outcome;
+  std::vector<int> pattern = FamilyPattern(frame.handle);
+  pattern.back() = frame.outcome;
+  std::vector<int> counts;
+  for (const int parent : network.Entry(frame.handle).parents) {
+    counts.push_back(IsDecisionOrUtility(parent) ? 0 : network.Entry(parent).node->GetNumberOfOutcomes());
+  }
+  frame.deductions = DefinitionOf(frame.handle)->OnlyPossibleOutcomes(std::move(pattern), counts);
 }
 
 int EvidencePropagation::StepBackward() {
@@ -98,12 +80,7 @@ int EvidencePropagation::StepBackward() {
   }
   const int place = frame.neighbour++;
   const int parent = parents[place];
-  if (IsDecisionOrUtility(parent)) {
-    return QVR_OKAY;
-  }
-  const int outcome =
-      OnlyPossibleOutcome(*DefinitionOf(frame.handle), frame.pattern, static_cast<std::size_t>(place),
-                          network.Entry(parent).node->GetNumberOfOutcomes());
+  const int outcome = frame.deductions[static_cast<std::size_t>(place)];
   if (outcome < 0) {
     return QVR_OKAY;
   }

@@ -25,10 +25,11 @@ class EvidencePropagation {
   struct Frame {
     int handle;
     int outcome;
-    bool backward = false;     // children first, then parents
-    int neighbour = 0;         // the place in that list
-    int childOutcome = 0;      // the child's outcome to test next
-    std::vector<int> pattern;  // what is known of the child's family, or going backward of the node's own
+    bool backward = false;        // children first, then parents
+    int neighbour = 0;            // the place in that list
+    int childOutcome = 0;         // the child's outcome to test next
+    std::vector<int> pattern;     // what is known of the child's family
+    std::vector<int> deductions;  // backward: the only outcome each parent can have, or -2
   };
 
   int Enter(int handle);
