@@ -138,6 +138,49 @@ TEST(Canonical, GatesKeepTwoOutcomesAndRefuseBadNumbers) {
   }
 }
 
+// Gate 1 has as many parents as gate 0, but of other sizes; gate 2 has more.
+TEST(Canonical, GatesAdoptTheNumbersThatFit) {
+  QVR_network network;
+  AddChance(network, "two", 2, {}, {.5, .5});
+  AddChance(network, "three", 3, {}, {.5, .25, .25});
+  const int gates[] = {AddOfType(network, kTypeCast, "g0", 2, {0}),
+                       AddOfType(network, kTypeCast, "g1", 2, {1}),
+                       AddOfType(network, kTypeCast, "g2", 2, {0, 1})};
+  auto& source = DefinitionOf<QVR_cast>(network, gates[0]);
+  EXPECT_EQ(source.SetBaseline(.25), QVR_OKAY);
+  EXPECT_EQ(source.SetPositiveWeights(Numbers({.5})), QVR_OKAY);
+  for (int i : {1, 2}) {
+    auto& gate = DefinitionOf<QVR_cast>(network, gates[i]);
+    EXPECT_EQ(gate.AdoptFrom(source), QVR_OKAY);
+    EXPECT_EQ(gate.GetBaseline(), .25);
+    EXPECT_EQ(gate.GetPositiveWeights(), i == 1 ? Doubles{.5} : Doubles(2, 0.0));
+    ExpectClose(Cells(*TableOf(network, gates[i])), ReferenceTable(network, gates[i]), 1e-15, "adopted");
+  }
+}
+
+TEST(Canonical, FollowsArcsAndOutcomesThatComeAllAtOnce) {
+  for (int type : kCanonicalTypes) {
+    TestRandom random(9);
+    QVR_network network;
+    MakeFamily(type, random, {}, network);
+    const int gate = network.AddNode(kTypeCast, "g");
+    const int child = network.AddNode(type, "y");
+    const bool takesGates = type == kTypeCast || type == kTypeDeMorgan;
+    EXPECT_EQ(network.AddArcs(std::vector{2, 1, gate, 0}, child),
+              takesGates ? QVR_OKAY : QVR_WRONG_NODE_TYPE);
+    EXPECT_EQ(network.GetNumberOfParents(child), takesGates ? 4 : 2);
+    ExpectClose(Cells(*TableOf(network, child)), ReferenceTable(network, child), 1e-12, "arcs");
+    EXPECT_EQ(network.CheckInvariants(), "");
+    EXPECT_EQ(ValueOf(network, child).SetEvidence(1), QVR_OKAY);
+    EXPECT_EQ(network.NodeAt(child)->definition->SetNumberOfOutcomes(2), QVR_OKAY);
+    EXPECT_TRUE(takesGates || !ValueOf(network, child).HasEvidence());
+    const int bare = network.AddNode(type, "z");
+    network.NodeAt(bare)->definition->CleanUp(1);
+    EXPECT_EQ(network.AddArc(1, bare, kOrdinaryLayer), takesGates ? QVR_OKAY : QVR_WRONG_NODE_TYPE);
+  }
+  GetErrorLog().Clear();
+}
+
 TEST(Canonical, RefusesBadParametersByName) {
   struct {
     std::vector<double> cells;
@@ -216,6 +259,10 @@ TEST(NoisyMax, KnowsTheDeterminismOfItsTableWithoutIt) {
     ASSERT_EQ(definition.SetValues(Numbers(cells)), QVR_OKAY);
     for (int code = 0; code < 3 * 4 * 3 * 3; ++code) {
       const int pattern[] = {code % 3 - 1, code / 3 % 4 - 1, code / 12 % 3 - 1, code / 36};
+      const std::vector<int> counts = {2, round % 2 == 0 ? 3 : 0, 2};
+      const std::vector<int> given(std::begin(pattern), std::end(pattern));
+      EXPECT_EQ(definition.OnlyPossibleOutcomes(given, counts),
+                definition.QVR_nodeDefinition::OnlyPossibleOutcomes(given, counts));
       for (double x : {0.0, 1.0}) {
         const int answer = definition.AllCellsEqual(x, pattern);
         EXPECT_EQ(answer, TableOf(network, 3)->AllEqual(x, pattern)) << "code " << code << " x " << x;
@@ -256,6 +303,21 @@ TEST(NoisyMax, FoldsParentsAndFitsTables) {
     ExpectClose(Cells(*TableOf(network, 3)), Cells(folded), 1e-12, "observation folded");
     EXPECT_EQ(network.CheckInvariants(), "");
   }
+}
+
+TEST(NoisyMax, ShortMemoryLeavesTheParameters) {
+  TestRandom random(3);
+  QVR_network network;
+  MakeFamily(kTypeNoisyMax, random, {}, network);
+  auto& definition = DefinitionOf<QVR_noisyMAX>(network, 3);
+  ASSERT_NE(TableOf(network, 3), nullptr);
+  const Doubles rows = Cells(definition.GetCiWeights());
+  QVR_Dmatrix::SetMemoryCeiling(QVR_Dmatrix::MemoryInUse());
+  EXPECT_EQ(definition.PermuteParentBlock(1, Ints({2, 1, 0})), QVR_OUT_OF_MEMORY);
+  EXPECT_EQ(definition.FitToCpt(), QVR_OUT_OF_MEMORY);
+  QVR_Dmatrix::SetMemoryCeiling(std::int64_t{1} << 32);
+  EXPECT_FALSE(definition.IsUpToDate());
+  EXPECT_EQ(Cells(definition.GetCiWeights()), rows);
 }
 
 TEST(NoisyMax, FitReachesTheTableOfOneParent) {
