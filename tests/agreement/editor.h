@@ -1,4 +1,5 @@
-// A random life of a network of chance nodes: each edit must leave it whole, and every number in its place.
+// A random life of a network of chance nodes of all discrete classes: each edit must leave it whole, every
+// number in its place, and every expanded table up to date.
 #ifndef QVR_AGREEMENT_EDITOR_H
 #define QVR_AGREEMENT_EDITOR_H
 
@@ -16,8 +17,10 @@ using Label = std::pair<int, std::string>;
 using Cell = std::set<Label>;
 
 struct Family {
+  int type = 0;
   std::vector<Label> outcomes;
   std::vector<int> parents;
+  std::map<int, Label> idle;  // by parent, what it counts as when its arc goes; none where no outcome does
   std::map<Cell, double> cells;
 };
 
@@ -27,7 +30,7 @@ class Editor {
   explicit Editor(const TestRandom& newRandom) : random(newRandom) {}
 
   void EditOnce();
-  // New numbers for every table with rows that no longer sum to 1, as after the loss of an outcome.
+  // New numbers for every node with rows that no longer sum to 1, as after the loss of an outcome.
   void RepairTables();
 
   QVR_network network;
@@ -35,7 +38,9 @@ class Editor {
 
  private:
   [[nodiscard]] int AnyNode();
+  [[nodiscard]] int AnyType();
   void EditNodes(int choice);
+  void ChangeType(int handle, int type);
   void EditArcs();
   void EditCostArcs();
   void EditOutcomes(int choice);
@@ -47,7 +52,8 @@ class Editor {
   [[nodiscard]] std::string NewName() { return "made" + std::to_string(made++); }
 
   std::map<int, Family> before;
-  int reset = -1;  // the node whose table an edit makes anew
+  int reset = -1;          // the table node whose numbers an edit makes anew
+  std::set<int> untold{};  // the nodes whose numbers an edit may change in any way
   int made = 0;
 };
 
