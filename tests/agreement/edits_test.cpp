@@ -80,7 +80,7 @@ void CompareWithRebuilt(QVR_network& network, int first) {
   if (truth.evidenceProbability == 0) {  // an edit has made the evidence impossible
     network.ClearAllEvidence();
     network.InvalidateAll();
-    truth = SumJoint(network, Observations(network));
+    truth = SumJoint(network, ReadEvidence(network));  // likelihoods of a deduced node stay
   }
   QVR_network fresh;
   std::map<int, int> copies = Rebuild(network, ReadEvidence(network), fresh);
