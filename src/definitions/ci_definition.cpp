@@ -39,7 +39,7 @@ void QVR_ciDefinition::CheckReady(int deep) {
   if (deep != 0) {
     outcomeNames.CheckReady(deep);
   }
-  SetReady(outcomeNames.IsReady());
+  SetReady(outcomeNames.IsReady() && ciWeights.GetNumElements() > 0);
 }
 
 void QVR_ciDefinition::CheckConsistency(int deep) {
@@ -192,16 +192,18 @@ int QVR_ciDefinition::ResetParameters() {
   SetReady(false);
   upToDate = false;
   expandedTable.CleanUp();
+  ciWeights.CleanUp();
   blockSizes.clear();
-  if (int status = FillUpNames(outcomeNames, "State", kLeastOutcomes); status < 0) {
-    return status;
+  const int named = FillUpNames(outcomeNames, "State", kLeastOutcomes);
+  BlocksCleared();
+  if (named < 0) {
+    return named;
   }
   const int count = GetNumberOfOutcomes();
   if (int status = ciWeights.SetDimensions(std::array{1, count}); status < 0) {
     return status;
   }
   ciWeights.Fill(1.0 / count);
-  BlocksCleared();
   CheckReady(1);
   return QVR_OKAY;
 }
@@ -216,11 +218,9 @@ void QVR_ciDefinition::AddPresentParents() {
 }
 
 int QVR_ciDefinition::RebuildFromNetwork() {
-  if (int status = ResetParameters(); status < 0) {
-    return status;
-  }
-  AddAllParents();
-  return QVR_OKAY;
+  const int status = ResetParameters();
+  AddAllParents();  // without parameters all are refused
+  return status;
 }
 
 int QVR_ciDefinition::ExpandInto(QVR_nodeDefinition& other) {

@@ -84,11 +84,9 @@ int QVR_cpt::ResetTable() {
 }
 
 int QVR_cpt::RebuildFromNetwork() {
-  if (int status = ResetTable(); status < 0) {
-    return status;
-  }
-  AddAllParents();
-  return QVR_OKAY;
+  const int status = ResetTable();
+  AddAllParents();  // without a table all are refused
+  return status;
 }
 
 int QVR_cpt::MakeUniform() {

@@ -43,7 +43,7 @@ int TabularDefinition::GetParentDimension(int parentHandle) const {
 }
 
 int TabularDefinition::AddParent(int parentHandle) {
-  if (!IsReady()) {
+  if (!IsReady() || table.GetNumElements() == 0) {  // the table may have found no memory
     return QVR_OBJECT_NOT_READY;
   }
   const QVR_node* parent = ParentNode(parentHandle);
