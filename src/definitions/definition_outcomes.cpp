@@ -259,8 +259,8 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // half the network still has the old shapes
   const int count = std::max(0, GetNumberOfOutcomes());
   const QVR_Dmatrix* beliefs = node->value ? node->value->GetMatrix() : nullptr;
-  if (beliefs != nullptr && beliefs->GetNumDimensions() > 0 &&
-      beliefs->GetDimension(beliefs->GetNumDimensions() - 1) != count) {
+  const int dimensions = beliefs != nullptr ? beliefs->GetNumDimensions() : 0;
+  if (beliefs != nullptr && (dimensions == 0 || beliefs->GetDimension(dimensions - 1) != count)) {
     RetractEvidence();
     ReinitializeValues();
   }

@@ -8,7 +8,7 @@ namespace qvr {
 
 QVR_expectedUtility::QVR_expectedUtility(QVR_network* newNetwork, int newHandle)
     : QVR_nodeValue(newNetwork, newHandle) {
-  QVR_expectedUtility::Reinitialize();
+  SetReady(QVR_expectedUtility::Reinitialize() >= 0);
 }
 
 void QVR_expectedUtility::CleanUp(int deep) {

@@ -9,7 +9,7 @@ namespace qvr {
 
 QVR_listOfDecisions::QVR_listOfDecisions(QVR_network* newNetwork, int newHandle)
     : QVR_nodeValue(newNetwork, newHandle) {
-  QVR_listOfDecisions::Reinitialize();
+  SetReady(QVR_listOfDecisions::Reinitialize() >= 0);
 }
 
 void QVR_listOfDecisions::CleanUp(int deep) {
@@ -74,8 +74,8 @@ int QVR_listOfDecisions::SetEvidence(int outcome) {
   if (HasEvidence() && evidence != outcome) {
     return QVR_OUT_OF_RANGE;
   }
-  if (SetValueToEvidence(outcome) < 0) {
-    return QVR_OKAY;
+  if (const int status = SetValueToEvidence(outcome); status < 0) {
+    return status == QVR_OUT_OF_MEMORY ? status : QVR_OKAY;
   }
   ClearFlags(kValuePropagatedEvidence);
   RaiseFlags(kValueEvidence);
@@ -89,6 +89,11 @@ int QVR_listOfDecisions::SetEvidence(int outcome) {
 int QVR_listOfDecisions::SetValueToEvidence(int outcome) {
   if (outcome < 0 || outcome >= OutcomeCount()) {
     return QVR_OUT_OF_RANGE;
+  }
+  if (table.GetNumElements() == 0) {  // it has found no memory so far
+    if (const int status = Reinitialize(); status < 0) {
+      return status;
+    }
   }
   RaiseFlags(kValueValid);
   evidence = outcome;

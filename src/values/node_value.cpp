@@ -90,11 +90,14 @@ int QVR_nodeValue::AddIndexingParent(int parentHandle) {
       !QVR_nodeDefinition::IsDiscreteParentType(parent->GetType()) || count < 1) {
     return QVR_OKAY;
   }
+  QVR_Dmatrix* matrix = GetMatrix();
+  if (matrix != nullptr && matrix->GetNumElements() == 0) {
+    return QVR_OUT_OF_MEMORY;  // as when it was to be made
+  }
   const int position = indexingParents.GetNumItems();
   if (int status = indexingParents.Add(parentHandle); status < 0) {
     return status;
   }
-  QVR_Dmatrix* matrix = GetMatrix();
   const int status = matrix != nullptr ? matrix->InsertDimension(position, count) : QVR_OKAY;
   if (status < 0) {
     indexingParents.Delete(position);
