@@ -231,13 +231,18 @@ bool QVR_node::StandsInTable() const { return network != nullptr && network->Nod
 bool QVR_node::DefinitionFitsParents(const QVR_nodeDefinition& source) const {
   const QVR_intArray& parents = network->GetParents(handle);
   const QVR_network* sourceNetwork = source.GetNetwork();
-  if (sourceNetwork == nullptr ||
-      sourceNetwork->GetParents(source.GetHandle()).GetNumItems() != parents.GetNumItems()) {
+  if (sourceNetwork == nullptr) {
+    return false;
+  }
+  const QVR_intArray& sourceParents = sourceNetwork->GetParents(source.GetHandle());
+  const bool knowsHandles = (source.GetType() & kTypeBitHybrid) != 0;
+  if (sourceParents.GetNumItems() != parents.GetNumItems() ||
+      (knowsHandles && !std::equal(parents.begin(), parents.end(), sourceParents.begin()))) {
     return false;
   }
   return std::all_of(parents.begin(), parents.end(), [this](int parent) {
     const QVR_node& node = *network->NodeAt(parent);
-    return !QVR_nodeDefinition::IsDiscreteParentType(node.GetType()) ||
+    return (node.GetType() & kTypeBitDiscrete) == 0 ||
            definition->GetParentDimension(parent) == node.GetNumberOfOutcomes();
   });
 }

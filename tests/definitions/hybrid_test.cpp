@@ -37,6 +37,17 @@ int SetFormula(QVR_defHEquation& definition, const QVR_intArray& coordinates, co
   return status;
 }
 
+TEST(Hybrid, CopyFromANodeWithOtherParentsIsRebuilt) {
+  QVR_network network;  // a discrete and a continuous parent, and a child of each
+  for (const int type : {kTypeDChildHParent, kTypeHEquation, kTypeHEquation, kTypeHEquation}) {
+    network.AddNode(type, nullptr);
+  }
+  EXPECT_EQ(network.AddArc(0, 2, kOrdinaryLayer), QVR_OKAY);
+  EXPECT_EQ(network.AddArc(1, 3, kOrdinaryLayer), QVR_OKAY);
+  EXPECT_EQ(network.NodeAt(2)->CopyDefinition(*network.NodeAt(3)->definition), QVR_OKAY);
+  EXPECT_EQ(network.CheckInvariants(), "");
+}
+
 TEST(Hybrid, TableFollowsParentsAndTheirOutcomes) {
   using Change = std::function<int(QVR_network&)>;  // nodes: c, d, e with 2, 3, 2 outcomes, z continuous, h
   const std::pair<Change, const char*> cases[] = {
