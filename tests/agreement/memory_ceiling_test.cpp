@@ -74,7 +74,8 @@ int Disturb(QVR_network& network, TestRandom& random) {
     case 11:
       return node.definition->AdoptFrom(*network.NodeAt(b)->definition);
     case 12:
-      return node.value->SetEvidence(random.Below(3));
+      return random.Chance(0.5) ? node.value->SetEvidence(random.Below(3))
+                                : SetLikelihoods(network, a, RandomTable(1, std::max(1, count), {}, random));
     case 13:
       return node.value->ClearEvidence();
     case 14:
@@ -114,11 +115,14 @@ TEST(MemoryCeiling, RefusedOperationsLeaveTheNetworkWhole) {
     QVR_network network;
     const ParentLists parents = RandomParents(5, 3, 5, random);
     ASSERT_TRUE(FillNetwork(parents, {3, 4, 2, 5, 3}, {0.1, 0.1}, random, network));
+    const int flags = network.GetUpdateFlags();
+    network.SetUpdateFlags(flags | (seed % 3 == 0 ? UPDATE_IMMEDIATELY : 0));
     for (int step = 0; step < 25; ++step) {
       const TightMemory memory(8 * random.Below(100));
       refused += Disturb(network, random) == QVR_OUT_OF_MEMORY ? 1 : 0;
       ASSERT_EQ(network.CheckInvariants(), "") << "seed " << seed << " step " << step;
     }
+    network.SetUpdateFlags(flags);
     Recover(network, random);
     ASSERT_FALSE(HasFailure()) << "seed " << seed;
     Trial trial(network);
