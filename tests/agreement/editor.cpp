@@ -75,7 +75,11 @@ std::vector<Cell> AllCells(const std::vector<std::vector<Label>>& dimensions) {
 
 Family ReadFamily(QVR_network& network, int handle) {
   const QVR_nodeDefinition& definition = *network.NodeAt(handle)->definition;
-  Family family{definition.GetType(), LabelsOf(network, handle), ListOf(network.GetParents(handle)), {}, {}};
+  Family family{
+      definition.GetType(), LabelsOf(network, handle), ListOf(network.GetParents(handle)), {}, {}, {}};
+  if (const auto* adder = dynamic_cast<const QVR_noisyAdder*>(&definition)) {
+    family.certain = family.outcomes.at(static_cast<std::size_t>(adder->GetDistinguishedState()));
+  }
   std::vector<std::vector<Label>> dimensions;
   for (int parent : family.parents) {
     const int idle = IdleOutcome(definition, static_cast<int>(dimensions.size()));
@@ -202,8 +206,12 @@ void Editor::ExpectNumbersInPlace() {
   const std::map<int, Family> after = ReadFamilies(network);
   for (const auto& [handle, family] : after) {
     const bool isTable = family.type == kTypeCpt || family.type == kTypeTruthTable;
-    if (!before.contains(handle) || untold.contains(handle) ||
-        (!isTable && !KeepsLaw(before, after, handle))) {
+    if (!before.contains(handle) || untold.contains(handle)) {
+      continue;
+    }
+    const Label& certain = before.at(handle).certain;
+    EXPECT_TRUE(!Contains(family.outcomes, certain) || isTable || family.certain == certain) << handle;
+    if (!isTable && !KeepsLaw(before, after, handle)) {
       continue;
     }
     for (const auto& [cell, x] : family.cells) {
@@ -365,6 +373,7 @@ void Editor::ChangeOutcomes(QVR_nodeDefinition& definition) {
   };
   for (auto& [handle, family] : before) {
     std::transform(family.outcomes.begin(), family.outcomes.end(), family.outcomes.begin(), rename);
+    family.certain = rename(family.certain);
     for (auto& [parent, label] : family.idle) {
       label = rename(label);
     }

@@ -22,6 +22,7 @@ struct Family {
   std::vector<int> parents;
   std::map<int, Label> idle;  // by parent, what it counts as when its arc goes; none where no outcome does
   std::map<Cell, double> cells;
+  Label certain;  // the outcome of which an adder's idle rows are certain
 };
 
 // Failures are those of the running test.
