@@ -49,11 +49,7 @@ QVR_equation::QVR_equation(const QVR_equation& other)
       upperBound(other.upperBound),
       solved(other.solved ? other.solved->Clone() : nullptr),
       intervals(other.intervals),
-      discretized(other.discretized ? std::make_unique<QVR_Dmatrix>(*other.discretized) : nullptr) {
-  if (discretized && discretized->GetNumElements() == 0) {
-    discretized.reset();  // no memory for the copy
-  }
-}
+      discretized(other.discretized ? std::make_unique<QVR_Dmatrix>(*other.discretized) : nullptr) {}
 
 int QVR_equation::AddParent(int parentHandle) {
   return replacingParents ? QVR_OKAY : EquationDefinition::AddParent(parentHandle);
@@ -78,8 +74,6 @@ int QVR_equation::AdoptFrom(QVR_nodeDefinition& other) {
   intervals.swap(copy.intervals);
   if (source != nullptr) {
     EquationChanged();
-    solved.swap(copy.solved);
-    discretized.swap(copy.discretized);
   } else {
     RebuildFromNetwork();
   }

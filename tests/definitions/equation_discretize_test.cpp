@@ -183,7 +183,10 @@ TEST(EquationDiscretize, ForgetsTheTableWithWhatItWasMadeFrom) {
       [](QVR_network& n) { n.NodeAt(n.FindNode("y"))->ChangeType(kTypeEquationScc); },
       [](QVR_network& n) { n.DeleteNode(n.FindNode("y")); },
       [](QVR_network& n) { n.AddArc(n.FindNode("w"), n.FindNode("x"), kOrdinaryLayer); },
-      [](QVR_network& n) { n.NodeAt(n.FindNode("x"))->definition->AdoptFrom(*n.NodeAt(1)->definition); },
+      [](QVR_network& n) {
+        ASSERT_EQ(EquationOf(n, "y").Discretize(1, nullptr), 0);
+        EquationOf(n, "x").AdoptFrom(EquationOf(n, "y"));
+      },
   };
   for (const auto& change : changes) {
     const LogGuard log;
