@@ -24,6 +24,8 @@ class EquationDefinition : public QVR_nodeDefinition {
   int RebuildFromNetwork() override;
 
   [[nodiscard]] const EquationPair& GetEquation() const { return equation; }
+  // After every change of the equation: nothing derived from it outlives it, here or in the children.
+  void EquationChanged();
 
  protected:
   EquationDefinition(QVR_network* newNetwork, int newHandle) : QVR_nodeDefinition(newNetwork, newHandle) {}
@@ -39,8 +41,6 @@ class EquationDefinition : public QVR_nodeDefinition {
   [[nodiscard]] EquationPair MakeDefault(const std::vector<std::string>& summands) const;
   // Appends the parents' identifiers, but not that of `withoutParent`.
   void AppendParentIds(int withoutParent, std::vector<std::string>& names) const;
-  // After every change of the equation: nothing derived from it outlives it, here or in the children.
-  void EquationChanged();
   void ForgetTables();  // here and in the children
   // Of this node and all its descendants; those with evidence stay valid.
   void InvalidateValues();

@@ -198,6 +198,9 @@ int QVR_node::CopyDefinition(const QVR_nodeDefinition& other) {
   if (!DefinitionFitsParents(other)) {
     definition->RebuildFromNetwork();
   }
+  if (auto* equation = dynamic_cast<EquationDefinition*>(definition.get())) {
+    equation->EquationChanged();  // the children's tables were made from another one
+  }
   if (value && GetNumberOfOutcomes() != oldCount) {
     value->Reinitialize();
   }

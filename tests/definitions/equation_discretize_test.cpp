@@ -187,6 +187,11 @@ TEST(EquationDiscretize, ForgetsTheTableWithWhatItWasMadeFrom) {
         ASSERT_EQ(EquationOf(n, "y").Discretize(1, nullptr), 0);
         EquationOf(n, "x").AdoptFrom(EquationOf(n, "y"));
       },
+      [](QVR_network& n) { n.NodeAt(n.FindNode("y"))->CopyDefinition(EquationOf(n, "w")); },
+      [](QVR_network& n) {
+        ASSERT_EQ(EquationOf(n, "y").Discretize(1, nullptr), 0);
+        n.NodeAt(n.FindNode("x"))->CopyDefinition(EquationOf(n, "y"));
+      },
   };
   for (const auto& change : changes) {
     const LogGuard log;
