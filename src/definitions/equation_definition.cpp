@@ -7,15 +7,6 @@
 
 namespace qvr {
 
-namespace {
-
-bool IsZero(const QVR_expression& side) {
-  const QVR_constant* constant = AsConstant(side);
-  return constant != nullptr && constant->value == 0.0;
-}
-
-}  // namespace
-
 std::string EquationDefinition::OwnId() const {
   const QVR_node* node = OwnNode();
   return node != nullptr ? node->GetId() : std::string();
@@ -52,7 +43,7 @@ void EquationDefinition::AppendParentIds(int withoutParent, std::vector<std::str
 }
 
 void EquationDefinition::EquationChanged() {
-  equation.UpdateFlags();
+  isParentSum = false;
   ForgetResults();
   ForgetTables();
 }
@@ -92,15 +83,8 @@ int EquationDefinition::AddParent(int parentHandle) {
   if (!TakesParent(GetType(), parent->GetType())) {
     return Refuse("Only QVR_equation or QVR_equationSCC can be the parents.", nullptr);
   }
-  ExpressionPtr variable = MakeVariable(parent->GetId());
-  if (IsZero(*equation.right)) {
-    equation.right = std::move(variable);
-  } else {
-    // The sum and the "=" each make the equation higher by one.
-    if (equation.right->GetHeight() + 2 > kMaxExpressionHeight) {
-      return QVR_OUT_OF_MEMORY;
-    }
-    equation.right = MakeBinary(ExpressionType::Plus, std::move(equation.right), std::move(variable));
+  if (int status = equation.AddTerm(parent->GetId()); status < 0) {
+    return status;
   }
   EquationChanged();
   return QVR_OKAY;
@@ -110,13 +94,20 @@ int EquationDefinition::RemoveParent(int parentHandle) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  if (ParentPosition(parentHandle) < 0) {
+  const QVR_node* parent = ParentNode(parentHandle);
+  if (parent == nullptr) {
     return QVR_OUT_OF_RANGE;
   }
   std::vector<std::string> names = GetOwnVariables();
-  AppendParentIds(parentHandle, names);
-  equation = MakeDefault(names);
+  const bool hasUnknowns = !names.empty();
+  bool isChain = isParentSum && !hasUnknowns && equation.RemoveTerm(parent->GetId());
+  if (!isChain) {
+    AppendParentIds(parentHandle, names);
+    equation = MakeDefault(names);
+    isChain = !hasUnknowns && equation.rightHeight == static_cast<int>(names.size());
+  }
   EquationChanged();
+  isParentSum = isChain;
   return QVR_OKAY;
 }
 

@@ -51,6 +51,11 @@ class EquationDefinition : public QVR_nodeDefinition {
   static int Refuse(const std::string& message, std::string* errorText);
 
   EquationPair equation;
+
+ private:
+  // The right side is the sum of the parents alone, made by RemoveParent, and leans to the left: where many
+  // parents go one by one, the sum isn't built anew for each.
+  bool isParentSum = false;
 };
 
 }  // namespace qvr

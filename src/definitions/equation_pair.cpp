@@ -12,6 +12,11 @@ namespace {
 // Sums with more terms are added up in blocks, since a formula's height is limited.
 constexpr std::size_t kLongestChain = 9000;
 
+bool IsZero(const QVR_expression& side) {
+  const QVR_constant* constant = AsConstant(side);
+  return constant != nullptr && constant->value == 0.0;
+}
+
 ExpressionPtr AddUp(std::vector<ExpressionPtr>::iterator first, std::vector<ExpressionPtr>::iterator last) {
   ExpressionPtr sum = std::move(*first);
   while (++first != last) {
@@ -33,13 +38,15 @@ EquationPair::EquationPair(const EquationPair& other)
     : left(other.left->Clone()),
       right(other.right->Clone()),
       isStochastic(other.isStochastic),
-      hasSingleVariable(other.hasSingleVariable) {}
+      hasSingleVariable(other.hasSingleVariable),
+      rightHeight(other.rightHeight) {}
 
 EquationPair& EquationPair::operator=(EquationPair other) noexcept {
   left.swap(other.left);
   right.swap(other.right);
   isStochastic = other.isStochastic;
   hasSingleVariable = other.hasSingleVariable;
+  rightHeight = other.rightHeight;
   return *this;
 }
 
@@ -72,13 +79,66 @@ void EquationPair::GetVariables(std::vector<std::string>& list) const {
 void EquationPair::RenameVariable(std::string_view oldName, std::string_view newName) {
   left->RenameVariable(oldName, newName);
   right->RenameVariable(oldName, newName);
+  UpdateFlags();
+}
+
+int EquationPair::AddTerm(std::string_view name) {
+  ExpressionPtr variable = MakeVariable(name);
+  if (IsZero(*right)) {
+    right = std::move(variable);
+  } else {
+    // The sum and the "=" each make the equation higher by one.
+    if (rightHeight + 2 > kMaxExpressionHeight) {
+      return QVR_OUT_OF_MEMORY;
+    }
+    right = MakeBinary(ExpressionType::Plus, std::move(right), std::move(variable));
+    ++rightHeight;
+  }
+  hasSingleVariable = !isStochastic && NamesOneVariable();
+  return QVR_OKAY;
+}
+
+bool EquationPair::RemoveTerm(std::string_view name) {
+  ExpressionPtr* slot = &right;
+  QVR_binaryOperator* sum = AsBinary(**slot);
+  while (sum != nullptr && !IsVariable(*sum->left, name) && !IsVariable(*sum->right, name)) {
+    slot = &sum->left;
+    sum = AsBinary(**slot);
+  }
+  if (sum == nullptr) {
+    return false;
+  }
+  ExpressionPtr rest = std::move(IsVariable(*sum->right, name) ? sum->left : sum->right);
+  *slot = std::move(rest);
+  --rightHeight;
+  hasSingleVariable = !isStochastic && NamesOneVariable();
+  return true;
 }
 
 void EquationPair::UpdateFlags() {
   isStochastic = !left->IsDeterministic() || !right->IsDeterministic();
-  std::vector<std::string> names;
-  GetVariables(names);
-  hasSingleVariable = !isStochastic && names.size() == 1;
+  hasSingleVariable = !isStochastic && NamesOneVariable();
+  rightHeight = right->GetHeight();
+}
+
+// Stops at a second name. The terms that came last are met first, so that in a sum it meets one at once.
+bool EquationPair::NamesOneVariable() const {
+  const QVR_variable* found = nullptr;
+  std::vector<const QVR_expression*> open = {left.get(), right.get()};
+  while (!open.empty()) {
+    const QVR_expression& node = *open.back();
+    open.pop_back();
+    if (const QVR_variable* variable = AsVariable(node)) {
+      if (found != nullptr && found->name != variable->name) {
+        return false;
+      }
+      found = variable;
+    }
+    for (int i = 0; i < node.GetChildCount(); ++i) {
+      open.push_back(node.GetChild(i));
+    }
+  }
+  return found != nullptr;
 }
 
 ExpressionPtr MakeSum(const std::vector<std::string>& names) {

@@ -10,7 +10,7 @@
 
 namespace qvr {
 
-// A plain value; copies are deep. Both sides are always there. Whoever changes a side calls UpdateFlags.
+// Copies are deep. Both sides are always there; only the pair's own operations change them.
 struct EquationPair {
   EquationPair();  // 0 = 0
   EquationPair(ExpressionPtr newLeft, ExpressionPtr newRight);
@@ -27,12 +27,21 @@ struct EquationPair {
   // Appends each name of either side that isn't in the list yet, in order of first occurrence.
   void GetVariables(std::vector<std::string>& list) const;
   void RenameVariable(std::string_view oldName, std::string_view newName);
-  void UpdateFlags();
+  // Adds the variable to the right side, in place of a 0. -42 if the equation would become too high.
+  int AddTerm(std::string_view name);
+  // The inverse, where the right side is a sum of variables that leans to the left. False, with nothing
+  // changed, if the variable isn't in it.
+  bool RemoveTerm(std::string_view name);
 
   ExpressionPtr left;
   ExpressionPtr right;
   bool isStochastic = false;       // a side holds a distribution
   bool hasSingleVariable = false;  // deterministic, and both sides together name exactly one variable
+  int rightHeight = 1;             // that of the right side
+
+ private:
+  void UpdateFlags();
+  [[nodiscard]] bool NamesOneVariable() const;
 };
 
 // The variables added up from left to right; 0 for none.

@@ -169,8 +169,9 @@ int QVR_network::DeleteNode(int handle) {
   while (Entry(handle).children.GetNumItems() > 0) {
     RemoveArc(handle, Entry(handle).children[0], kOrdinaryLayer);
   }
-  while (Entry(handle).parents.GetNumItems() > 0) {
-    RemoveArc(Entry(handle).parents[0], handle, kOrdinaryLayer);
+  // From the last parent on: its place in lists and sums is at hand.
+  while (const int count = Entry(handle).parents.GetNumItems()) {
+    RemoveArc(Entry(handle).parents[count - 1], handle, kOrdinaryLayer);
   }
   while (Entry(handle).costChildren.GetNumItems() > 0) {
     RemoveCostArc(handle, Entry(handle).costChildren[0]);

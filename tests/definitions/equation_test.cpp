@@ -152,7 +152,13 @@ TEST(Equation, NamesJustItsParentsThroughRandomEdits) {
         network.AddArc(pick(), node, kOrdinaryLayer);
         break;
       case 1:
-        network.RemoveArc(pick(), node, kOrdinaryLayer);
+        if (network.RemoveArc(pick(), node, kOrdinaryLayer) == 0) {
+          std::string sum;
+          for (int parent : network.GetParents(node)) {
+            sum += (sum.empty() ? "=" : "+") + network.NodeAt(parent)->GetId();
+          }
+          ASSERT_EQ(TextOf(network, node), network.NodeAt(node)->GetId() + (sum.empty() ? "=0" : sum));
+        }
         break;
       case 2:
         EquationOf(network, node)
