@@ -1,6 +1,7 @@
 // The conditional table of an equation's intervals, by sampling.
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <utility>
 
 #include "definitions/equation.h"
@@ -225,16 +226,23 @@ int QVR_equation::Discretize(std::uint32_t seed, std::vector<std::vector<float>>
     return QVR_OUT_OF_RANGE;
   }
   discretized.reset();
-  Discretization run(*network, *this);
-  auto table = std::make_unique<QVR_Dmatrix>();
-  if (int status = run.Prepare(*table); status < 0) {
-    return status;
+  try {
+    Discretization run(*network, *this);
+    auto table = std::make_unique<QVR_Dmatrix>();
+    if (int status = run.Prepare(*table); status < 0) {
+      return status;
+    }
+    if (int status = run.Fill(seed, *table, perConfigValues); status < 0) {
+      return status;
+    }
+    run.Report();
+    discretized = std::move(table);
+  } catch (const std::bad_alloc&) {
+    if (perConfigValues != nullptr) {
+      perConfigValues->clear();
+    }
+    return QVR_OUT_OF_MEMORY;
   }
-  if (int status = run.Fill(seed, *table, perConfigValues); status < 0) {
-    return status;
-  }
-  discretized = std::move(table);
-  run.Report();
   return QVR_OKAY;
 }
 
