@@ -1,6 +1,7 @@
 #include "expression/function_expression.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
 namespace qvr {
@@ -69,8 +70,8 @@ ExpressionPtr QVR_distribution::CloneNode() const {
 }
 
 void PadArguments(const FunctionRow& row, ArgumentBlock& block) {
-  for (int i = block.count; i < row.arity; ++i) {
-    block.values[i] = std::numeric_limits<double>::quiet_NaN();
+  for (const int least = std::abs(row.arity); block.count < least; ++block.count) {
+    block.values[block.count] = std::numeric_limits<double>::quiet_NaN();
   }
 }
 

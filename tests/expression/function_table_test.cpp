@@ -4,8 +4,11 @@
 #include <cmath>
 #include <string>
 
+#include "expression/compiled_expression.h"
 #include "expression/formula_support.h"
 #include "expression/function_catalogue.h"
+#include "expression/function_expression.h"
+#include "expression/value_table.h"
 
 namespace qvr {
 namespace {
@@ -51,6 +54,16 @@ TEST(FunctionTable, GivesReferenceValues) {
     } else {
       EXPECT_TRUE(std::isnan(expected) ? std::isnan(value) : value == expected) << call << " gave " << value;
     }
+  }
+}
+
+// Only calls built by hand lack arguments; these count as no numbers.
+TEST(FunctionTable, ReadsNothingBehindTheArguments) {
+  const ValueTable none;
+  for (const char* name : {"Max", "Min", "Multinomial", "Sum", "SumSq", "Switch", "CustomPDF", "Normal"}) {
+    const std::unique_ptr<QVR_function> call = MakeFunction(name);
+    EXPECT_TRUE(std::isnan(call->Evaluate())) << name;
+    EXPECT_TRUE(std::isnan(CompiledExpression(*call, none).Evaluate(none))) << name;
   }
 }
 
