@@ -28,11 +28,11 @@ constexpr double kLargestExactInteger = 0x1p53;
 
 double Draw() { return CurrentDistributionSource().NextDouble(); }
 
-bool HasNaN(const Block& b) {
-  return std::any_of(b.values, b.values + b.count, [](double value) { return std::isnan(value); });
+// Arguments count in groups; a leftover is ignored.
+bool HasNaN(const Block& b, int group) {
+  const int count = b.count - b.count % group;
+  return std::any_of(b.values, b.values + count, [](double value) { return std::isnan(value); });
 }
-
-double FiniteOrZero(double density) { return std::isfinite(density) ? density : 0.0; }
 
 double Square(double x) { return x * x; }
 
@@ -49,10 +49,9 @@ double NegativeLogDraw() {
 // --- Normal and Lognormal
 
 // Marsaglia's polar method; the second number of a pair isn't kept.
-double DrawNormal(double mean, double deviation) {
-  if (std::isnan(mean) || std::isnan(deviation)) {
-    return kNaN;
-  }
+double DrawNormal(const Block& b) {
+  const double mean = b.values[0];
+  const double deviation = b.values[1];
   for (int round = 0; round < kMaxRounds; ++round) {
     const double u = 2 * Draw() - 1;
     const double v = 2 * Draw() - 1;
@@ -64,8 +63,9 @@ double DrawNormal(double mean, double deviation) {
   return kNaN;
 }
 
-double NormalDensity(double x, double mean, double deviation) {
-  return std::exp(-Square((x - mean) / deviation) / 2) / (std::abs(deviation) * std::sqrt(2 * kPi));
+double NormalDensity(double x, const Block& b) {
+  const double deviation = b.values[1];
+  return std::exp(-Square((x - b.values[0]) / deviation) / 2) / (std::abs(deviation) * std::sqrt(2 * kPi));
 }
 
 double NormalColumn(double x, const Block& b) {
@@ -76,6 +76,8 @@ void NormalMoments(double& mean, double& variance, const Block& b) {
   mean = b.values[0];
   variance = Square(b.values[1]);
 }
+
+double DrawLognormal(const Block& b) { return std::exp(DrawNormal(b)); }
 
 double LognormalShape(double x, double mean, double deviation) {
   return std::exp(-Square(std::log(x) - mean) / (2 * Square(deviation))) /
@@ -94,9 +96,7 @@ void LognormalMoments(double& mean, double& variance, const Block& b) {
   variance = std::exp(2 * mu + s) * (std::exp(s) - 1);
 }
 
-double LognormalDensity(double x, const Block& b) {
-  return x > 0 ? NormalDensity(std::log(x), b.values[0], b.values[1]) / x : 0.0;
-}
+double LognormalDensity(double x, const Block& b) { return x > 0 ? NormalDensity(std::log(x), b) / x : 0.0; }
 
 // --- Gamma and Beta
 
@@ -145,9 +145,6 @@ double DrawLargeGamma(double shape) {
 }
 
 double DrawStandardGamma(double shape) {
-  if (std::isnan(shape)) {
-    return kNaN;
-  }
   if (shape < 1) {
     return DrawSmallGamma(shape);
   }
@@ -157,6 +154,8 @@ double DrawStandardGamma(double shape) {
   return shape < 7 && shape == std::floor(shape) ? DrawWholeGamma(static_cast<int>(shape))
                                                  : DrawLargeGamma(shape);
 }
+
+double DrawGamma(const Block& b) { return DrawStandardGamma(b.values[0]) * b.values[1]; }
 
 double GammaDensity(double x, const Block& b) {
   const double shape = b.values[0];
@@ -204,6 +203,8 @@ double DrawBeta(double a, double b) {
   return std::isfinite(peak) && peak > 0 ? DrawBetaByRejection(a, b, peak) : DrawBetaByGammas(a, b);
 }
 
+double DrawBeta(const Block& b) { return DrawBeta(b.values[0], b.values[1]); }
+
 double BetaColumn(double x, const Block& b) {
   return BetaShape(x, b.values[0], b.values[1]) / BetaPeak(b.values[0], b.values[1]);
 }
@@ -231,6 +232,8 @@ double BetaDensity(double x, const Block& b) {
 // --- Bernoulli and Binomial
 
 double DrawBernoulli(double p) { return p > Draw() ? 1.0 : 0.0; }
+
+double DrawBernoulli(const Block& b) { return DrawBernoulli(b.values[0]); }
 
 double BernoulliDensity(double x, const Block& b) {
   if (x == 1) {
@@ -279,10 +282,10 @@ double DrawBinomial(const Block& b) {
   if (!(b.values[0] > 0)) {
     return 0.0;
   }
-  if (trials > kLargestExactInteger) {
+  const double p = b.values[1];
+  if (trials > kLargestExactInteger || std::isnan(p)) {
     return kNaN;
   }
-  const double p = b.values[1];
   if (trials <= kMaxTrials) {
     return CountSuccesses(trials, p);
   }
@@ -376,9 +379,11 @@ double CustomDensity(double x, const Block& b) {
 
 // --- Exponential, Triangular, Uniform, Weibull
 
-double DrawExponential(double lambda) { return std::isnan(lambda) ? kNaN : NegativeLogDraw() / lambda; }
+double DrawExponential(const Block& b) { return NegativeLogDraw() / b.values[0]; }
 
 double ExponentialColumn(double x, const Block& b) { return x < 0 ? 0.0 : std::exp(-b.values[0] * x); }
+
+double ExponentialDensity(double x, const Block& b) { return b.values[0] * ExponentialColumn(x, b); }
 
 void ExponentialMoments(double& mean, double& variance, const Block& b) {
   mean = 1 / b.values[0];
@@ -435,17 +440,16 @@ void UniformMoments(double& mean, double& variance, const Block& b) {
   variance = Square(b.values[1] - b.values[0]) / 12;
 }
 
+double DrawUniform(const Block& b) { return b.values[0] + (b.values[1] - b.values[0]) * Draw(); }
+
+double UniformColumn(double /*x*/, const Block& b) { return 1 / (b.values[1] - b.values[0]); }
+
 double UniformDensity(double x, const Block& b) {
   const auto [low, high] = std::minmax(b.values[0], b.values[1]);
   return x >= low && x <= high ? 1 / (high - low) : 0.0;
 }
 
-double DrawWeibull(double scale, double shape) {
-  if (std::isnan(scale) || std::isnan(shape)) {
-    return kNaN;
-  }
-  return scale * std::pow(NegativeLogDraw(), 1 / shape);
-}
+double DrawWeibull(const Block& b) { return b.values[0] * std::pow(NegativeLogDraw(), 1 / b.values[1]); }
 
 double WeibullShape(double z, double shape, double factor) {
   return std::exp(-std::pow(z, shape)) * std::pow(z, shape - 1) * factor;
@@ -475,37 +479,35 @@ void NoMoments(double& mean, double& variance, const Block& /*b*/) {
   variance = 0.0;
 }
 
-// A true density: 0 wherever the formula gives nothing finite.
-template <double (*density)(double, const Block&)>
-double Finite(double x, const Block& b) {
-  return HasNaN(b) ? 0.0 : FiniteOrZero(density(x, b));
+// A draw by parameters that are all numbers.
+template <double (*draw)(const Block&), int group = 1>
+double Sample(const Block& b) {
+  return HasNaN(b, group) ? kNaN : draw(b);
 }
 
-double TrueNormal(double x, const Block& b) { return NormalDensity(x, b.values[0], b.values[1]); }
+// A true density: 0 wherever the formula gives none.
+template <double (*density)(double, const Block&), int group = 1>
+double TrueDensity(double x, const Block& b) {
+  const double value = HasNaN(b, group) ? 0.0 : density(x, b);
+  return std::isfinite(value) ? value : 0.0;
+}
 
-double TrueExponential(double x, const Block& b) { return b.values[0] * ExponentialColumn(x, b); }
-
+// Binomial tests its parameters itself: without trials it doesn't need the probability.
 constexpr FunctionRow kRows[] = {
-    {"Bernoulli", 1, [](const Block& b) { return DrawBernoulli(b.values[0]); }, BernoulliDensity,
-     BernoulliMoments, Finite<BernoulliDensity>},
-    {"Beta", 2, [](const Block& b) { return DrawBeta(b.values[0], b.values[1]); }, BetaColumn, BetaMoments,
-     Finite<BetaDensity>},
-    {"Binomial", 2, DrawBinomial, NoDensity, BinomialMoments, Finite<BinomialDensity>},
-    {"CustomPDF", -4, DrawCustom, NoDensity, NoMoments, Finite<CustomDensity>},
-    {"Exponential", 1, [](const Block& b) { return DrawExponential(b.values[0]); }, ExponentialColumn,
-     ExponentialMoments, Finite<TrueExponential>},
-    {"Gamma", 2, [](const Block& b) { return DrawStandardGamma(b.values[0]) * b.values[1]; }, NoDensity,
-     NoMoments, Finite<GammaDensity>},
-    {"Lognormal", 2, [](const Block& b) { return std::exp(DrawNormal(b.values[0], b.values[1])); },
-     LognormalColumn, LognormalMoments, Finite<LognormalDensity>},
-    {"Normal", 2, [](const Block& b) { return DrawNormal(b.values[0], b.values[1]); }, NormalColumn,
-     NormalMoments, Finite<TrueNormal>},
-    {"Triangular", 3, DrawTriangular, TriangularColumn, TriangularMoments, Finite<TriangularDensity>},
-    {"Uniform", 2, [](const Block& b) { return b.values[0] + (b.values[1] - b.values[0]) * Draw(); },
-     [](double, const Block& b) { return 1 / (b.values[1] - b.values[0]); }, UniformMoments,
-     Finite<UniformDensity>},
-    {"Weibull", 2, [](const Block& b) { return DrawWeibull(b.values[0], b.values[1]); }, WeibullColumn,
-     WeibullMoments, Finite<WeibullDensity>},
+    {"Bernoulli", 1, Sample<DrawBernoulli>, BernoulliDensity, BernoulliMoments,
+     TrueDensity<BernoulliDensity>},
+    {"Beta", 2, Sample<DrawBeta>, BetaColumn, BetaMoments, TrueDensity<BetaDensity>},
+    {"Binomial", 2, DrawBinomial, NoDensity, BinomialMoments, TrueDensity<BinomialDensity>},
+    {"CustomPDF", -4, Sample<DrawCustom, 2>, NoDensity, NoMoments, TrueDensity<CustomDensity, 2>},
+    {"Exponential", 1, Sample<DrawExponential>, ExponentialColumn, ExponentialMoments,
+     TrueDensity<ExponentialDensity>},
+    {"Gamma", 2, Sample<DrawGamma>, NoDensity, NoMoments, TrueDensity<GammaDensity>},
+    {"Lognormal", 2, Sample<DrawLognormal>, LognormalColumn, LognormalMoments, TrueDensity<LognormalDensity>},
+    {"Normal", 2, Sample<DrawNormal>, NormalColumn, NormalMoments, TrueDensity<NormalDensity>},
+    {"Triangular", 3, Sample<DrawTriangular>, TriangularColumn, TriangularMoments,
+     TrueDensity<TriangularDensity>},
+    {"Uniform", 2, Sample<DrawUniform>, UniformColumn, UniformMoments, TrueDensity<UniformDensity>},
+    {"Weibull", 2, Sample<DrawWeibull>, WeibullColumn, WeibullMoments, TrueDensity<WeibullDensity>},
 };
 
 QVR_randomSource& SharedSource() {

@@ -62,7 +62,8 @@ class QVR_distribution final : public QVR_function {
   [[nodiscard]] ExpressionPtr CloneNode() const override;
 };
 
-// Fills the block up to the least count of arguments that a call of the row has: what is lacking is no number.
+// Fills the block up to the least count of arguments that a call of the row has: what is lacking is no
+// number.
 void PadArguments(const FunctionRow& row, ArgumentBlock& block);
 
 // The row's function or distribution, still without arguments; null if there is no row of the name.

@@ -176,6 +176,22 @@ TEST(Distributions, ColumnsKeepTheirConventions) {
   }
 }
 
+TEST(Distributions, AnswerNoNumberBeforeTheyDraw) {
+  for (const Law& law : kLaws) {
+    for (std::size_t place = 0; place < law.arguments.size(); ++place) {
+      QVR_randomSource source(5);
+      QVR_randomSource untouched(5);
+      const DistributionSourceScope scope(source);
+      ArgumentBlock block = law.Block();
+      block.values[place] = std::nan("");
+      const bool hasNoTrials = &law.Row() == LookupFunctionRow("Binomial") && place == 0;
+      const double draw = law.Row().evaluate(block);
+      EXPECT_TRUE(hasNoTrials ? draw == 0 : std::isnan(draw)) << law << place;
+      EXPECT_EQ(source.NextDouble(), untouched.NextDouble()) << law << place;
+    }
+  }
+}
+
 TEST(RandomSources, RepeatFromASeedAndDifferWithoutOne) {
   QVR_randomSource first(7);
   QVR_randomSource second(7);
