@@ -160,10 +160,11 @@ double DrawGamma(const Block& b) { return DrawStandardGamma(b.values[0]) * b.val
 double GammaDensity(double x, const Block& b) {
   const double shape = b.values[0];
   const double scale = b.values[1];
-  if (!(x > 0)) {
+  const double z = x / scale;
+  if (!(z > 0 && shape > 0)) {
     return 0.0;
   }
-  return std::exp((shape - 1) * std::log(x / scale) - x / scale - Gammaln(shape)) / scale;
+  return std::exp((shape - 1) * std::log(z) - z - Gammaln(shape)) / std::abs(scale);
 }
 
 double BetaShape(double x, double a, double b) {
@@ -223,7 +224,7 @@ double LogPower(double base, double exponent) { return exponent == 0.0 ? 0.0 : e
 double BetaDensity(double x, const Block& b) {
   const double a = b.values[0];
   const double c = b.values[1];
-  if (!(x >= 0 && x <= 1)) {
+  if (!(x >= 0 && x <= 1 && a > 0 && c > 0)) {
     return 0.0;
   }
   return std::exp(LogPower(x, a - 1) + LogPower(1 - x, c - 1) - Gammaln(a) - Gammaln(c) + Gammaln(a + c));
@@ -235,11 +236,17 @@ double DrawBernoulli(double p) { return p > Draw() ? 1.0 : 0.0; }
 
 double DrawBernoulli(const Block& b) { return DrawBernoulli(b.values[0]); }
 
-double BernoulliDensity(double x, const Block& b) {
+double BernoulliMass(double x, double p) {
   if (x == 1) {
-    return b.values[0];
+    return p;
   }
-  return x == 0 ? 1 - b.values[0] : 0.0;
+  return x == 0 ? 1 - p : 0.0;
+}
+
+double BernoulliColumn(double x, const Block& b) { return BernoulliMass(x, b.values[0]); }
+
+double BernoulliDensity(double x, const Block& b) {
+  return BernoulliMass(x, std::clamp(b.values[0], 0.0, 1.0));
 }
 
 void BernoulliMoments(double& mean, double& variance, const Block& b) {
@@ -383,7 +390,10 @@ double DrawExponential(const Block& b) { return NegativeLogDraw() / b.values[0];
 
 double ExponentialColumn(double x, const Block& b) { return x < 0 ? 0.0 : std::exp(-b.values[0] * x); }
 
-double ExponentialDensity(double x, const Block& b) { return b.values[0] * ExponentialColumn(x, b); }
+double ExponentialDensity(double x, const Block& b) {
+  const double z = b.values[0] * x;
+  return z >= 0 ? std::abs(b.values[0]) * std::exp(-z) : 0.0;
+}
 
 void ExponentialMoments(double& mean, double& variance, const Block& b) {
   mean = 1 / b.values[0];
@@ -421,10 +431,25 @@ void TriangularMoments(double& mean, double& variance, const Block& args) {
   variance = (a * a + b * b + c * c - a * b - a * c - b * c) / 18;
 }
 
+// What DrawTriangular makes of a mode that isn't between low and high: the square root of a uniform number,
+// added to low or taken from high.
+double TriangularDensityOutOfOrder(double x, double low, double mode, double high) {
+  const double range = high - low;
+  const double share = std::clamp((mode - low) / range, 0.0, 1.0);  // of the draws added to low
+  const double rise = (mode - low) * range;
+  const double fall = range * (high - mode);
+  const bool isRisen = x >= low && Square(x - low) <= share * rise;
+  const bool isFallen = x <= high && Square(high - x) <= (1 - share) * fall;
+  return (isRisen ? 2 * (x - low) / rise : 0.0) + (isFallen ? 2 * (high - x) / fall : 0.0);
+}
+
 double TriangularDensity(double x, const Block& b) {
   const double low = b.values[0];
   const double mode = b.values[1];
   const double high = b.values[2];
+  if (!(low <= mode && mode <= high)) {
+    return TriangularDensityOutOfOrder(x, low, mode, high);
+  }
   if (!(x >= low && x <= high)) {
     return 0.0;
   }
@@ -469,7 +494,8 @@ void WeibullMoments(double& mean, double& variance, const Block& b) {
 }
 
 double WeibullDensity(double x, const Block& b) {
-  return x >= 0 ? WeibullShape(x / b.values[0], b.values[1], b.values[1] / b.values[0]) : 0.0;
+  const double z = x / b.values[0];
+  return z >= 0 ? WeibullShape(z, b.values[1], std::abs(b.values[1] / b.values[0])) : 0.0;
 }
 
 double NoDensity(double /*x*/, const Block& /*b*/) { return 0.0; }
@@ -489,13 +515,12 @@ double Sample(const Block& b) {
 template <double (*density)(double, const Block&), int group = 1>
 double TrueDensity(double x, const Block& b) {
   const double value = HasNaN(b, group) ? 0.0 : density(x, b);
-  return std::isfinite(value) ? value : 0.0;
+  return value > 0 && std::isfinite(value) ? value : 0.0;
 }
 
 // Binomial tests its parameters itself: without trials it doesn't need the probability.
 constexpr FunctionRow kRows[] = {
-    {"Bernoulli", 1, Sample<DrawBernoulli>, BernoulliDensity, BernoulliMoments,
-     TrueDensity<BernoulliDensity>},
+    {"Bernoulli", 1, Sample<DrawBernoulli>, BernoulliColumn, BernoulliMoments, TrueDensity<BernoulliDensity>},
     {"Beta", 2, Sample<DrawBeta>, BetaColumn, BetaMoments, TrueDensity<BetaDensity>},
     {"Binomial", 2, DrawBinomial, NoDensity, BinomialMoments, TrueDensity<BinomialDensity>},
     {"CustomPDF", -4, Sample<DrawCustom, 2>, NoDensity, NoMoments, TrueDensity<CustomDensity, 2>},

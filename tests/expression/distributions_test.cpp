@@ -67,6 +67,16 @@ const Law kLaws[] = {
     {"Bernoulli", {0.3}, 0.3, 0.21, 0, 1, Kind::kDiscrete},
     {"Binomial", {12, 0.4}, 4.8, 2.88, 0, 12, Kind::kDiscrete},
     {"Binomial", {400000, 0.25}, 100000, 75000, 98500, 101500, Kind::kDiscrete},
+    // What the samples of odd parameters follow.
+    {"Exponential", {-2}, -0.5, 0.25, -12, 0},
+    {"Weibull", {-2, 2}, -kRootPi, 4 - kRootPi* kRootPi, -10, 0},
+    {"Weibull", {2, -10}, 2 * std::tgamma(0.9), 4 * (std::tgamma(0.8) - Square(std::tgamma(0.9))), 0, 10},
+    {"Gamma", {3, -2}, -6, 12, -70, 0},
+    {"Triangular", {4, 1, 0}, 13.0 / 3, 27.5 - 169.0 / 9, -1, 7},
+    {"Triangular", {0, 6, 2}, 4 / std::sqrt(3.0), 2.0 / 3, 0, std::sqrt(12.0)},
+    {"Uniform", {3, -1}, 1, 16.0 / 12, -1, 3},
+    {"Bernoulli", {1.5}, 1, 0, 0, 1, Kind::kDiscrete},
+    {"Bernoulli", {-0.5}, 0, 0, 0, 1, Kind::kDiscrete},
 };
 
 // The distribution function on a grid, by the midpoints of the true density.
@@ -216,6 +226,16 @@ TEST(Distributions, AnswerNoNumberBeforeTheyDraw) {
       EXPECT_TRUE(hasNoTrials ? draw == 0 : std::isnan(draw)) << law << place;
       EXPECT_EQ(source.NextDouble(), untouched.NextDouble()) << law << place;
     }
+  }
+}
+
+TEST(Distributions, HaveNoDensityWithoutALaw) {
+  const Law laws[] = {{"Beta", {-1.5, 2}, 0, 0, 0, 0},
+                      {"Beta", {-1.5, -1.5}, 0, 0, 0, 0},
+                      {"CustomPDF", {0, 1, -1, 2}, 0, 0, 0, 0},
+                      {"Gamma", {-1.5, 1}, 0, 0, 0, 0}};
+  for (const Law& law : laws) {
+    EXPECT_EQ(law.Row().trueDensity(0.1, law.Block()), 0) << law;
   }
 }
 
