@@ -172,6 +172,10 @@ double BetaShape(double x, double a, double b) {
   return std::pow(1 - x, b - 1) * std::pow(x, a - 1) / beta;
 }
 
+// A round of the rejection succeeds once in `peak` times. At this one, the chance that all rounds fail is
+// exp(-100); where the peak is kMaxRounds it would be one in three.
+constexpr double kHighestBetaPeak = kMaxRounds / 100.0;
+
 double BetaPeak(double a, double b) { return BetaShape((a - 1) / (a + b - 2), a, b); }
 
 double DrawBetaByRejection(double a, double b, double peak) {
@@ -184,7 +188,7 @@ double DrawBetaByRejection(double a, double b, double peak) {
   return kNaN;
 }
 
-// A gamma's share in the sum of two: for shapes without a finite peak between 0 and 1.
+// A gamma's share in the sum of two: for shapes without a peak between 0 and 1, or with too high a one.
 double DrawBetaByGammas(double a, double b) {
   for (int round = 0; round < kMaxRounds; ++round) {
     const double first = DrawStandardGamma(a);
@@ -201,7 +205,7 @@ double DrawBeta(double a, double b) {
     return kNaN;
   }
   const double peak = a >= 1 && b >= 1 ? BetaPeak(a, b) : kNaN;
-  return std::isfinite(peak) && peak > 0 ? DrawBetaByRejection(a, b, peak) : DrawBetaByGammas(a, b);
+  return peak > 0 && peak <= kHighestBetaPeak ? DrawBetaByRejection(a, b, peak) : DrawBetaByGammas(a, b);
 }
 
 double DrawBeta(const Block& b) { return DrawBeta(b.values[0], b.values[1]); }
