@@ -14,6 +14,7 @@ namespace {
 
 constexpr double kLastStep = 0.0001;
 constexpr int kMostChanges = 10000;
+constexpr double kRounding = 1e-12;
 
 // One parameter row's part of the table: the cells of one outcome of a parent, or for the leak all of them.
 struct Slice {
@@ -143,15 +144,17 @@ double NoisyMaxFit::Error(const Slice& slice, std::span<const double> row) {
   return sum;
 }
 
-// The rest of the row makes room, or takes it up, in proportion.
+// The rest of the row makes room, or takes it up, in proportion; in equal parts where it's no more than
+// rounding has left.
 void NoisyMaxFit::ChangeCell(double* row, int column, double delta) const {
-  const double value = row[column];
+  const double rest = std::accumulate(row + column + 1, row + width, std::accumulate(row, row + column, 0.0));
   for (int j = 0; j < width; ++j) {
     if (j != column) {
-      row[j] -= value == 1.0 ? delta / (width - 1) : row[j] / (1 - value) * delta;
+      const double share = rest > kRounding ? row[j] / rest : 1.0 / (width - 1);
+      row[j] = std::max(row[j] - share * delta, 0.0);
     }
   }
-  row[column] = value + delta;
+  row[column] += delta;
 }
 
 void NoisyMaxFit::TryRow(const Slice& slice, int row, double step, Change& best) {
