@@ -261,6 +261,8 @@ void Editor::ChangeType(int handle, int type) {
     return;
   }
   EXPECT_EQ(node.GetType(), type == 3 ? oldType : type);
+  node.definition->CheckConsistency(1);
+  EXPECT_TRUE(node.definition->IsConsistent()) << oldType << " to " << type;
   if (LabelsOf(network, handle) != labels) {  // "True" and "False"
     untold.insert(children.begin(), children.end());
     untold.insert(handle);
