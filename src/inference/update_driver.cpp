@@ -2,6 +2,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "inference/solver_entries.h"
 #include "inference/solver_runs.h"
 #include "inference/virtual_evidence_guard.h"
 #include "model/error_log.h"
@@ -87,7 +88,7 @@ int Solve(QVR_network& network) {
     case SolverFamily::Unsolvable:
       return Refuse("Unable to handle hybrid networks in influence diagrams.");
     case SolverFamily::Decision:
-      return Refuse("The solver for influence diagrams isn't built in.");
+      return network.SolveDecisions();
     case SolverFamily::Equation:
       return SolveEquations(network);
     case SolverFamily::Hybrid:
@@ -137,6 +138,30 @@ int RunDiscreteSolver(QVR_network& network) {
   }
 }
 
+// What is observed or deduced keeps its value.
+int ResetValues(QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const QVR_node& node = *network.NodeAt(handle);
+    if (!node.value || node.value->HasEvidence()) {
+      continue;
+    }
+    const int outcomeCount = node.GetNumberOfOutcomes();
+    if (const int status = node.value->ShapeAsVector(outcomeCount < 0 ? 1 : outcomeCount); status < 0) {
+      return status;
+    }
+    node.value->SetValueInvalid();
+  }
+  return QVR_OKAY;
+}
+
+int RunDecisionSolver(QVR_network& network) {
+  if (const int status = ResetValues(network); status < 0) {
+    return status;
+  }
+  return network.GetDecisionAlgorithm() == DECISION_COOPER ? RunCooperSolver(network)
+                                                           : RunShachterSolver(network);
+}
+
 int SolveWithVirtualEvidence(QVR_network& network) {
   VirtualEvidenceGuard guard(network);
   if (const int status = guard.Enter(); status < 0) {
@@ -160,6 +185,8 @@ int WithoutExceptions(int (*solve)(QVR_network&), QVR_network& network) {
 }  // namespace
 
 int QVR_network::UpdateBeliefs() { return WithoutExceptions(Solve, *this); }
+
+int QVR_network::SolveDecisions() { return WithoutExceptions(RunDecisionSolver, *this); }
 
 int QVR_network::SolveDiscrete() { return WithoutExceptions(SolveWithVirtualEvidence, *this); }
 

@@ -130,6 +130,12 @@ void QVR_network::SetHybridAlgorithm(int id) {
   }
 }
 
+void QVR_network::SetDecisionAlgorithm(int id) {
+  if (id == DECISION_COOPER || id == DECISION_SHACHTER) {
+    decisionAlgorithm = id;
+  }
+}
+
 int QVR_network::SetEpisParameters(const EpisParameters& record) {
   const bool ordered = record.propLength >= 1 && record.numStates1 < record.numStates2 &&
                        record.numStates2 < record.numStates3 && record.eps1 >= record.eps2 &&

@@ -132,7 +132,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // --- settings: network.cpp. Values out of range are ignored where nothing is returned.
   void SetBeliefAlgorithm(int id);
   void SetHybridAlgorithm(int id);
-  void SetDecisionAlgorithm(int id) { decisionAlgorithm = id; }  // UpdateBeliefs refuses an unknown one
+  void SetDecisionAlgorithm(int id);  // see DecisionAlgorithm
   [[nodiscard]] int GetBeliefAlgorithm() const { return beliefAlgorithm; }
   [[nodiscard]] int GetHybridAlgorithm() const { return hybridAlgorithm; }
   [[nodiscard]] int GetDecisionAlgorithm() const { return decisionAlgorithm; }
@@ -161,6 +161,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // --- inference: inference/update_driver.cpp
   // Brings every value of interest up to date with the solver that the nodes ask for.
   int UpdateBeliefs();
+  // The solver of influence diagrams that decisionAlgorithm names: see inference/solver_entries.h.
+  int SolveDecisions();
   // The discrete solver that beliefAlgorithm names.
   int SolveDiscrete();
 

@@ -40,6 +40,12 @@ enum BeliefAlgorithm : int {
   ALG_RELEVANCE_HALVING = 12,
 };
 
+// Values of decisionAlgorithm.
+enum DecisionAlgorithm : int {
+  DECISION_COOPER = 0,    // the expected utility of every policy
+  DECISION_SHACHTER = 1,  // only the best choice of the first open decision
+};
+
 // Settings of importance sampling from loopy messages.
 struct EpisParameters {
   int propLength = 5;
@@ -77,7 +83,7 @@ struct NetworkOptions {
 // What is set through operations that test it.
 struct SolverSettings {
   int beliefAlgorithm = ALG_JOIN_TREE;
-  int decisionAlgorithm = 0;
+  int decisionAlgorithm = DECISION_COOPER;
   int hybridAlgorithm = 14;
   unsigned updateFlags = UPDATE_TRACK_CHANGES | UPDATE_PROPAGATE_EVIDENCE;
   unsigned relevanceMask = kDefaultRelevanceMask;
