@@ -4,6 +4,7 @@
 #include "decision/cooper_solver.h"
 #include "decision/temporal_order.h"
 #include "model/error_log.h"
+#include "model/evidence_propagation.h"
 #include "model/special_numbers.h"
 
 namespace qvr {
@@ -93,12 +94,24 @@ int QVR_CooperSolver::EvaluateObservation(int depth) {
   return status == QVR_ZERO_POTENTIAL ? QVR_NO_SAMPLES : status;
 }
 
+// -43 also for a contradiction between observed nodes alone: no posterior shows it, so a discrete update goes
+// on without a word.
 int QVR_CooperSolver::SolveWork(int phase) {
+  if (looksForContradictions && IsContradictory()) {
+    return QVR_ZERO_POTENTIAL;
+  }
   BeforeEvaluation(phase);
   const int status = work.SolveDiscrete();
   AfterEvaluation(phase);
   isWorkCurrent = status == QVR_OKAY;
   return status;
+}
+
+bool QVR_CooperSolver::IsContradictory() {
+  QVR_intArray observed;
+  work.GetEvidenceNodes(observed);
+  return std::any_of(observed.begin(), observed.end(),
+                     [this](int handle) { return EvidencePropagation(work).IsImpossible(handle); });
 }
 
 // After an impossible scenario: how many of its outcomes, from the first on, are enough to contradict the
@@ -108,7 +121,8 @@ void QVR_CooperSolver::FindImpossiblePrefix() {
   int retracted = impossiblePrefix;
   while (retracted > 0) {
     WorkValueOf(evaluated[--retracted]).ClearEvidence();
-    if (work.SolveDiscrete() != QVR_ZERO_POTENTIAL) {
+    const bool isContradictory = looksForContradictions && IsContradictory();
+    if (!isContradictory && work.SolveDiscrete() != QVR_ZERO_POTENTIAL) {
       break;
     }
     impossiblePrefix = retracted;
@@ -142,6 +156,7 @@ void QVR_CooperSolver::BringWorkUpToDate() {
 
 void QVR_CooperSolver::PlanResults() {
   currentOutcomes.SetSize(evaluated.GetNumItems());
+  looksForContradictions = !IsContradictory();
   for (int handle : evaluated) {
     observationResults.push_back(MakeResult(handle));
   }

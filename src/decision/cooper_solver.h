@@ -79,6 +79,7 @@ class QVR_CooperSolver {
   int EvaluateScenario();
   int EvaluateObservation(int depth);
   int SolveWork(int phase);
+  bool IsContradictory();
   void FindImpossiblePrefix();
   void LogScenario() const;
   void BringWorkUpToDate();
@@ -111,7 +112,8 @@ class QVR_CooperSolver {
   std::vector<Result> scenarioResults;         // of nodes that depend on the scenario
   std::vector<Result> observationResults;      // of `evaluated`
   std::vector<Result> constantResults;         // of nodes that don't depend on it
-  bool isWorkCurrent = false;  // the last thing that happened to `work` was an update that succeeded
+  bool isWorkCurrent = false;          // the last thing that happened to `work` was an update that succeeded
+  bool looksForContradictions = true;  // unless what the user observed is one
   // The first so many outcomes of the present scenario contradict the model; -1 if that isn't known of any.
   int impossiblePrefix = -1;
 };

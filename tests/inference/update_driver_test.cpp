@@ -42,15 +42,11 @@ struct RefusalCase {
 };
 
 TEST(UpdateDriver, NamesTheSolverThatIsMissing) {
-  constexpr const char* kDecision = "The solver for influence diagrams isn't built in.";
   constexpr const char* kEquation = "The solver for equations isn't built in.";
   constexpr const char* kHybrid = "The solver for hybrid networks isn't built in.";
   constexpr const char* kMixedDecision = "Unable to handle hybrid networks in influence diagrams.";
   constexpr const char* kMixedEquation = "Unable to handle hybrid networks with equation solver.";
   const RefusalCase cases[] = {
-      {{kTypeCpt, kTypeList}, kDecision},
-      {{kTypeTable}, kDecision},
-      {{kTypeMau, kTypeCpt}, kDecision},
       {{kTypeEquation}, kEquation},
       {{kTypeEquationScc, kTypeEquation}, kEquation},
       {{kTypeDistribution, kTypeEquation}, kMixedEquation},
