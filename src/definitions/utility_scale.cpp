@@ -1,6 +1,7 @@
 #include "definitions/utility_scale.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "model/special_numbers.h"
 
@@ -30,9 +31,12 @@ bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, doub
   if (low == toLow && high == toHigh) {
     return false;
   }
+  // The ends of a range may be further apart than the largest double, their halves not.
+  const double unit = std::isfinite(high - low) && std::isfinite(toHigh - toLow) ? 1.0 : 0.5;
   for (double& cell : cells) {
     if (!IsUndefined(cell)) {
-      cell = (cell - low) * (toHigh - toLow) / (high - low) + toLow;
+      const double share = (cell * unit - low * unit) / (high * unit - low * unit);
+      cell = (share * (toHigh * unit - toLow * unit) + toLow * unit) / unit;
     }
   }
   return true;

@@ -317,5 +317,40 @@ TEST(Policies, AgreeWithBackwardInduction) {
   EXPECT_GT(severalDecisions, 100);
 }
 
+// All decisions but one are made, and what is known before it is observed.
+TEST(Policies, BestFirstChoiceIsOptimal) {
+  int compared = 0;
+  for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+    SCOPED_TRACE(seed);
+    const LogGuard log;
+    Diagram diagram;
+    QVR_network& network = diagram.network;
+    RandomDiagram maker(seed, diagram);
+    const int open = diagram.decisions[seed % diagram.decisions.size()];
+    for (int decision : diagram.decisions) {
+      if (decision != open) {
+        ValueOf(network, decision).SetEvidence(0);
+      }
+    }
+    bool isKnown = true;
+    for (int parent : network.GetParents(open)) {
+      isKnown =
+          isKnown && (ValueOf(network, parent).HasEvidence() || ValueOf(network, parent).SetEvidence(1) == 0);
+    }
+    const PolicyEnumeration truth(network, {open});
+    if (!isKnown || truth.Probability({}) == 0) {
+      continue;
+    }
+    network.SetDecisionAlgorithm(DECISION_SHACHTER);
+    ASSERT_EQ(network.UpdateBeliefs(), 0);
+    const std::vector<double> choice = BeliefOf(network, open);
+    const auto best = static_cast<int>(std::find(choice.begin(), choice.end(), 1.0) - choice.begin());
+    const double greatest = truth.BestUtility({});
+    EXPECT_NEAR(truth.BestUtility({best}), greatest, 1e-9 * std::max(1.0, std::abs(greatest)));
+    ++compared;
+  }
+  EXPECT_GT(compared, 200);
+}
+
 }  // namespace
 }  // namespace qvr
