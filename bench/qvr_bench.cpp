@@ -1,12 +1,13 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what samples, canonical nodes and formulas cost. Every network runs in a child process, so that none adds
-// to another's peak memory.
+// what samples, canonical nodes, formulas and influence diagrams cost. Every network runs in a child process,
+// so that none adds to another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 
 #include "canonical_expansion.h"
+#include "diagrams.h"
 #include "formulas.h"
 #include "measurement.h"
 #include "model/network.h"
@@ -73,5 +74,6 @@ int main(int argumentCount, char** arguments) {
   }
   qvr::PrintCanonicalExpansion();
   allMeasured = qvr::MeasureFormulas() && allMeasured;
+  allMeasured = qvr::MeasureDiagrams() && allMeasured;
   return allMeasured ? 0 : 1;
 }
