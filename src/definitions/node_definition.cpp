@@ -221,7 +221,8 @@ void QVR_nodeDefinition::RemoveAllParents() {
     return;
   }
   const QVR_intArray& parents = network->GetParents(handle);
-  while (parents.GetNumItems() > 0 && network->RemoveArc(parents[0], handle, kOrdinaryLayer) >= 0) {
+  for (int parent : std::vector<int>(parents.begin(), parents.end())) {  // an update may add some anew
+    network->RemoveArc(parent, handle, kOrdinaryLayer);
   }
 }
 

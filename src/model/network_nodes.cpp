@@ -165,24 +165,32 @@ int QVR_network::DeleteNode(int handle) {
   if (!IsValidHandle(handle)) {
     return QVR_OUT_OF_RANGE;
   }
-  // An update that an arc's removal starts may move the table, so the entry is looked up anew each time.
-  while (Entry(handle).children.GetNumItems() > 0) {
-    RemoveArc(handle, Entry(handle).children[0], kOrdinaryLayer);
+  bool hadArcs = false;
+  {
+    // An update halfway would put back the arcs that order a decision.
+    const UpdateFlagsOff quiet(*this, UPDATE_IMMEDIATELY);
+    for (; Entry(handle).children.GetNumItems() > 0; hadArcs = true) {
+      RemoveArc(handle, Entry(handle).children[0], kOrdinaryLayer);
+    }
+    // From the last parent on: its place in lists and sums is at hand.
+    for (; Entry(handle).parents.GetNumItems() > 0; hadArcs = true) {
+      const QVR_intArray& parents = Entry(handle).parents;
+      RemoveArc(parents[parents.GetNumItems() - 1], handle, kOrdinaryLayer);
+    }
+    while (Entry(handle).costChildren.GetNumItems() > 0) {
+      RemoveCostArc(handle, Entry(handle).costChildren[0]);
+    }
+    while (Entry(handle).costParents.GetNumItems() > 0) {
+      RemoveCostArc(Entry(handle).costParents[0], handle);
+    }
+    if (Entry(handle).node->definition) {
+      ReinitializeIndexedValues(handle);
+    }
+    FreeSlot(handle);
   }
-  // From the last parent on: its place in lists and sums is at hand.
-  while (const int count = Entry(handle).parents.GetNumItems()) {
-    RemoveArc(Entry(handle).parents[count - 1], handle, kOrdinaryLayer);
+  if (hadArcs && TracksChanges() && (relevanceMask & kRelevanceArcRemoved) != 0) {
+    UpdateIfImmediate();
   }
-  while (Entry(handle).costChildren.GetNumItems() > 0) {
-    RemoveCostArc(handle, Entry(handle).costChildren[0]);
-  }
-  while (Entry(handle).costParents.GetNumItems() > 0) {
-    RemoveCostArc(Entry(handle).costParents[0], handle);
-  }
-  if (Entry(handle).node->definition) {
-    ReinitializeIndexedValues(handle);
-  }
-  FreeSlot(handle);
   return QVR_OKAY;
 }
 
