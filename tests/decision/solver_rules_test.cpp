@@ -77,6 +77,20 @@ TEST(CooperSolver, OrdersDecisionsOnceAndLeavesNothingElseBehind) {
   EXPECT_EQ(network.GetNumberOfNodes(), nodeCount);
 }
 
+// The gardener of docs/decisions.md.
+TEST(CooperSolver, CoversThePlants) {
+  QVR_network network;
+  const int frost = AddChance(network, "Frost", 2, {}, {0.3, 0.7});
+  const int forecast = AddChance(network, "Forecast", 2, {frost}, {0.8, 0.2, 0.1, 0.9});
+  const int cover = AddDecision(network, "Cover", {forecast});
+  AddUtility(network, "Harvest", {frost, cover}, {60, 0, 80, 100});
+  ASSERT_EQ(network.UpdateBeliefs(), 0);
+  const Numbers expected = {64.516, 22.581, 78.261, 91.304};
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_NEAR(BeliefOf(network, cover).at(i), expected[i], 5e-4);
+  }
+}
+
 TEST(CooperSolver, KeepsTheRangeOfUtilities) {
   const struct {
     double lowest, highest;
@@ -162,10 +176,9 @@ TEST(CooperSolver, WithoutUtilitiesAnswersForChancesAlone) {
 class CountingSolver : public QVR_CooperSolver {
  public:
   int scenarios = 0;
-  int observations = 0;
 
  protected:
-  void BeforeEvaluation(int phase) override { ++(phase == 0 ? scenarios : observations); }
+  void BeforeEvaluation(int phase) override { scenarios += phase == 0 ? 1 : 0; }
 };
 
 // Scenarios that can't be reached, or that ask nothing new, aren't solved.
