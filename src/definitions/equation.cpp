@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "definitions/raised_flag.h"
 #include "model/error_log.h"
 #include "model/identifier.h"
 #include "model/network.h"
@@ -18,18 +19,6 @@ std::vector<std::string> NamesOf(const EquationPair& equation, const std::string
   std::erase(names, ownId);
   return names;
 }
-
-// Raises the flag for its lifetime.
-class ReplacingScope {
- public:
-  explicit ReplacingScope(bool& newFlag) : flag(newFlag) { flag = true; }
-  ~ReplacingScope() { flag = false; }
-  ReplacingScope(const ReplacingScope&) = delete;
-  ReplacingScope& operator=(const ReplacingScope&) = delete;
-
- private:
-  bool& flag;
-};
 
 std::vector<int> Handles(const QVR_intArray& list) { return {list.begin(), list.end()}; }
 
@@ -158,7 +147,7 @@ int QVR_equation::ReplaceParents(const std::vector<int>& wanted) {
     return QVR_OKAY;
   }
   const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // arcs and equation don't fit yet
-  const ReplacingScope scope(replacingParents);
+  const RaisedFlag scope(replacingParents);
   RemoveParents();
   const int status = AddParents(wanted);
   if (status < 0) {

@@ -12,14 +12,6 @@ std::string EquationDefinition::OwnId() const {
   return node != nullptr ? node->GetId() : std::string();
 }
 
-std::vector<int> EquationDefinition::GetDescendants() const {
-  QVR_intArray list;
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
-    network->GetDescendants(handle, list);
-  }
-  return {list.begin(), list.end()};
-}
-
 int EquationDefinition::Refuse(const std::string& message, std::string* errorText) {
   if (errorText != nullptr) {
     *errorText = message;

@@ -45,8 +45,6 @@ class EquationDefinition : public QVR_nodeDefinition {
   // Of this node and all its descendants; those with evidence stay valid.
   void InvalidateValues();
   [[nodiscard]] std::string OwnId() const;  // empty without a node
-  // The descendants in table order.
-  [[nodiscard]] std::vector<int> GetDescendants() const;
   // Logs -2 and returns it. `errorText`, which may be null, gets the message.
   static int Refuse(const std::string& message, std::string* errorText);
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <new>
 
+#include "definitions/equation_pair.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -156,6 +157,9 @@ int QVR_mau::Restructure(const std::function<int(QVR_Dmatrix&, double)>& change)
 }
 
 int QVR_mau::AddParent(int parentHandle) {
+  if (replacingParents) {
+    return QVR_OKAY;
+  }
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
@@ -190,6 +194,9 @@ int QVR_mau::AddOther() {
 }
 
 int QVR_mau::RemoveParent(int parentHandle) {
+  if (replacingParents) {
+    return QVR_OKAY;
+  }
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
@@ -225,16 +232,13 @@ void QVR_mau::ForgetInFormulas(int parentHandle) {
   if (!expressionTable) {
     return;
   }
-  ExpressionPtr sum;
+  std::vector<std::string> remaining;
   for (const KnownParent& known : knownParents) {
     if (!known.isDecision && known.handle != parentHandle) {
-      ExpressionPtr variable = MakeVariable(network->NodeAt(known.handle)->GetId());
-      sum = sum ? MakeBinary(ExpressionType::Plus, std::move(sum), std::move(variable)) : std::move(variable);
+      remaining.push_back(network->NodeAt(known.handle)->GetId());
     }
   }
-  if (!sum) {
-    sum = MakeConstant(0.0);
-  }
+  const ExpressionPtr sum = MakeSum(remaining);
   const std::string& id = network->NodeAt(parentHandle)->GetId();
   for (int i = 0; i < expressionTable->GetSize(); ++i) {
     ExpressionPtr& formula = (*expressionTable)[i];

@@ -51,7 +51,7 @@ class QVR_mau : public QVR_nodeDefinition {
   // One text for each combination of the decisions' outcomes; the definition takes the expression form. The
   // other parents become exactly the nodes that the formulas name: those that were parents keep their order,
   // new ones follow in the order of their first occurrence. -2 with a reason in errorText for texts that
-  // can't be used, or the code of an arc that was refused; both with nothing changed.
+  // can't be used, -42, or the code of an arc that was refused; all with nothing changed.
   int SetExpressions(std::span<const std::string> texts, std::string& errorText);
   // How many formulas there are, or would be in the plain form.
   [[nodiscard]] int GetExpressionCount() const;
@@ -72,7 +72,7 @@ class QVR_mau : public QVR_nodeDefinition {
     bool operator==(const KnownParent&) const = default;
   };
   struct Formulas;
-  enum class Use : char { Forbidden, Allowed, Named };  // of a node by formulas
+  struct Arrangement;
 
   void GetParentsOfRole(bool isDecision, QVR_intArray& list) const;
   [[nodiscard]] bool IsKnown(int parentHandle, bool isDecision) const;
@@ -91,14 +91,16 @@ class QVR_mau : public QVR_nodeDefinition {
   int Restructure(const std::function<int(QVR_Dmatrix&, double)>& change);
 
   int ParseFormulas(std::span<const std::string> texts, Formulas& out, std::string& errorText) const;
-  int AddNodesNamedBy(const QVR_expression& formula, Formulas& out, std::string& errorText) const;
-  [[nodiscard]] std::vector<Use> FindAllowedNodes() const;  // by handle
-  int AddNamedParents(const std::vector<int>& named);
-  void RemoveUnnamedParents(const std::vector<Use>& uses);
+  // Null if formulas of this node may name the other one, or what is wrong with it.
+  [[nodiscard]] const char* FindFault(int node, const std::vector<int>& descendants) const;
+  int Arrange(const Formulas& formulas, Arrangement& out) const;
+  [[nodiscard]] int CopyWeights(const std::vector<int>& oldPlaces, QVR_Dmatrix& out) const;
+  int ReplaceArcs(const Arrangement& arrangement);
 
   QVR_Dmatrix weights;
   std::unique_ptr<MauExpressionTable> expressionTable;
   std::vector<KnownParent> knownParents;  // in parent order
+  bool replacingParents = false;          // weights and parents will fit once the arcs stand
 };
 
 }  // namespace qvr

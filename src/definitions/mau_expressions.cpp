@@ -1,5 +1,9 @@
 // How texts become the formulas of a multi-attribute utility, and its parents with them.
+#include <algorithm>
+#include <unordered_set>
+
 #include "definitions/mau.h"
+#include "definitions/raised_flag.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -7,7 +11,15 @@ namespace qvr {
 struct QVR_mau::Formulas {
   std::vector<ExpressionPtr> trees;
   std::vector<int> named;  // nodes, in the order of their first occurrence
-  std::vector<Use> uses;   // by handle
+  std::unordered_set<int> namedSet;
+};
+
+// The parents as formulas want them, and what leads there.
+struct QVR_mau::Arrangement {
+  std::vector<KnownParent> parents;
+  QVR_Dmatrix weights;
+  std::vector<int> added;
+  std::vector<int> removed;
 };
 
 int QVR_mau::SetExpressions(std::span<const std::string> texts, std::string& errorText) {
@@ -24,21 +36,15 @@ int QVR_mau::SetExpressions(std::span<const std::string> texts, std::string& err
   if (int status = newTable->Assign(sizes.first(sizes.size() - 1), std::move(formulas.trees)); status < 0) {
     return status;
   }
-  QVR_Dmatrix oldWeights;
-  if (int status = oldWeights.Copy(weights); status < 0) {
+  Arrangement arrangement;
+  if (int status = Arrange(formulas, arrangement); status < 0) {
     return status;
   }
-  // While the arcs change, the old formulas stand aside: they must not follow.
-  std::unique_ptr<MauExpressionTable> oldTable = std::move(expressionTable);
-  {
-    const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);
-    if (int status = AddNamedParents(formulas.named); status < 0) {
-      weights.Swap(oldWeights);
-      expressionTable = std::move(oldTable);
-      return status;
-    }
-    RemoveUnnamedParents(formulas.uses);
+  if (int status = ReplaceArcs(arrangement); status < 0) {
+    return status;
   }
+  knownParents.swap(arrangement.parents);
+  weights.Swap(arrangement.weights);
   expressionTable = std::move(newTable);
   return NotifyChange(kDefinitionReplaced);
 }
@@ -48,7 +54,7 @@ int QVR_mau::ParseFormulas(std::span<const std::string> texts, Formulas& out, st
     errorText = "Wrong matrix dimensions";
     return QVR_OUT_OF_RANGE;
   }
-  out.uses = FindAllowedNodes();
+  const std::vector<int> descendants = GetDescendants();
   for (std::size_t i = 0; i < texts.size(); ++i) {
     std::string reason;
     ExpressionPtr formula = QVR_expression::Parse(texts[i].c_str(), &reason, nullptr);
@@ -60,76 +66,99 @@ int QVR_mau::ParseFormulas(std::span<const std::string> texts, Formulas& out, st
       errorText = "Distributions not allowed";
       return QVR_OUT_OF_RANGE;
     }
-    if (int status = AddNodesNamedBy(*formula, out, errorText); status < 0) {
-      return status;
+    std::vector<std::string> names;
+    formula->GetVariables(names);
+    for (const std::string& name : names) {
+      const int node = network->FindNode(name.c_str());
+      if (const char* fault = FindFault(node, descendants); fault != nullptr) {
+        errorText = fault;
+        return QVR_OUT_OF_RANGE;
+      }
+      if (out.namedSet.insert(node).second) {
+        out.named.push_back(node);
+      }
     }
     out.trees.push_back(std::move(formula));
   }
   return QVR_OKAY;
 }
 
-int QVR_mau::AddNodesNamedBy(const QVR_expression& formula, Formulas& out, std::string& errorText) const {
-  std::vector<std::string> names;
-  formula.GetVariables(names);
-  for (const std::string& name : names) {
-    const int node = network->FindNode(name.c_str());
-    Use* use = node < 0 ? nullptr : &out.uses[static_cast<std::size_t>(node)];
-    if (use == nullptr || *use == Use::Forbidden) {
-      errorText = node < 0         ? "unknown identifier"
-                  : node == handle ? "self-references not allowed"
-                                   : "only non-descendant utility/ALU/MAU nodes are allowed";
-      return QVR_OUT_OF_RANGE;
+const char* QVR_mau::FindFault(int node, const std::vector<int>& descendants) const {
+  if (node < 0) {
+    return "unknown identifier";
+  }
+  if (node == handle) {
+    return "self-references not allowed";
+  }
+  const bool isUtility = (network->NodeAt(node)->GetType() & kTypeBitUtility) != 0;
+  return isUtility && !std::binary_search(descendants.begin(), descendants.end(), node)
+             ? nullptr
+             : "only non-descendant utility/ALU/MAU nodes are allowed";
+}
+
+// All at once: a matrix that follows arc by arc would be copied as often.
+int QVR_mau::Arrange(const Formulas& formulas, Arrangement& out) const {
+  std::unordered_set<int> missing = formulas.namedSet;
+  std::vector<int> oldPlaces;  // of the weights of each parent that is no decision; -1 for new ones
+  int place = 0;
+  for (const KnownParent& known : knownParents) {
+    const bool stays = known.isDecision || missing.erase(known.handle) > 0;
+    if (stays) {
+      out.parents.push_back(known);
+    } else {
+      out.removed.push_back(known.handle);
     }
-    if (*use == Use::Allowed) {
-      *use = Use::Named;
-      out.named.push_back(node);
+    if (!known.isDecision && stays) {
+      oldPlaces.push_back(place);
+    }
+    place += known.isDecision ? 0 : 1;
+  }
+  for (int node : formulas.named) {
+    if (missing.contains(node)) {
+      out.parents.push_back({node, false});
+      out.added.push_back(node);
+      oldPlaces.push_back(-1);
+    }
+  }
+  if (oldPlaces.empty()) {
+    oldPlaces.push_back(-1);
+  }
+  return CopyWeights(oldPlaces, out.weights);
+}
+
+int QVR_mau::CopyWeights(const std::vector<int>& oldPlaces, QVR_Dmatrix& out) const {
+  const int last = LastDimension();
+  std::vector<int> sizes(weights.GetDimensions().Vector().begin(), weights.GetDimensions().Vector().end());
+  sizes.back() = static_cast<int>(oldPlaces.size());
+  if (int status = out.SetDimensions(sizes); status < 0) {
+    return status;
+  }
+  int cell = 0;
+  for (int row = 0; row < GetExpressionCount(); ++row) {
+    for (int place : oldPlaces) {
+      out.Subscript(cell++) = place < 0 ? 1.0 : weights.Subscript(row * weights.GetDimension(last) + place);
     }
   }
   return QVR_OKAY;
 }
 
-// The utility nodes that may become parents without closing a cycle.
-std::vector<QVR_mau::Use> QVR_mau::FindAllowedNodes() const {
-  std::vector<Use> uses(static_cast<std::size_t>(network->GetTableSize()), Use::Forbidden);
-  for (int node = network->FirstNode(); node >= 0; node = network->NextNode(node)) {
-    if ((network->NodeAt(node)->GetType() & kTypeBitUtility) != 0 && node != handle) {
-      uses[static_cast<std::size_t>(node)] = Use::Allowed;
-    }
-  }
-  QVR_intArray descendants;
-  network->GetDescendants(handle, descendants);
-  for (int node : descendants) {
-    uses[static_cast<std::size_t>(node)] = Use::Forbidden;
-  }
-  return uses;
-}
-
-int QVR_mau::AddNamedParents(const std::vector<int>& named) {
-  std::vector<int> added;
-  for (int node : named) {
-    if (IsKnown(node, false)) {
-      continue;
-    }
-    if (int status = network->AddArc(node, handle, kOrdinaryLayer); status < 0) {
-      while (!added.empty()) {
-        network->RemoveArc(added.back(), handle, kOrdinaryLayer);
-        added.pop_back();
+// In the end either all the arcs that are wanted stand, or those that stood before.
+int QVR_mau::ReplaceArcs(const Arrangement& arrangement) {
+  const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // arcs and weights don't fit yet
+  const RaisedFlag scope(replacingParents);
+  for (std::size_t i = 0; i < arrangement.added.size(); ++i) {
+    const int status = network->AddArc(arrangement.added[i], handle, kOrdinaryLayer);
+    if (status < 0) {
+      while (i-- > 0) {
+        network->RemoveArc(arrangement.added[i], handle, kOrdinaryLayer);
       }
       return status;
     }
-    added.push_back(node);
+  }
+  for (int node : arrangement.removed) {
+    network->RemoveArc(node, handle, kOrdinaryLayer);
   }
   return QVR_OKAY;
-}
-
-void QVR_mau::RemoveUnnamedParents(const std::vector<Use>& uses) {
-  QVR_intArray others;
-  GetOtherParents(others);
-  for (int node : others) {
-    if (uses[static_cast<std::size_t>(node)] != Use::Named) {
-      network->RemoveArc(node, handle, kOrdinaryLayer);
-    }
-  }
 }
 
 }  // namespace qvr

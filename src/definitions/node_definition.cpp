@@ -1,7 +1,6 @@
 #include "definitions/node_definition.h"
 
 #include <cmath>
-#include <vector>
 
 #include "model/error_log.h"
 #include "model/network.h"
@@ -227,11 +226,24 @@ void QVR_nodeDefinition::RemoveAllParents() {
 }
 
 int QVR_nodeDefinition::ParentPosition(int parentHandle) const {
-  return network != nullptr ? network->GetParents(handle).Find(parentHandle) : QVR_OUT_OF_RANGE;
+  if (network == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  const QVR_intArray& parents = network->GetParents(handle);
+  const int last = parents.GetNumItems() - 1;  // where a parent that is being added stands
+  return last >= 0 && parents[last] == parentHandle ? last : parents.Find(parentHandle);
 }
 
 QVR_node* QVR_nodeDefinition::ParentNode(int parentHandle) const {
   return ParentPosition(parentHandle) >= 0 ? network->NodeAt(parentHandle) : nullptr;
+}
+
+std::vector<int> QVR_nodeDefinition::GetDescendants() const {
+  QVR_intArray list;
+  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+    network->GetDescendants(handle, list);
+  }
+  return {list.begin(), list.end()};
 }
 
 void QVR_nodeDefinition::DetachParent(int parentHandle) {

@@ -183,6 +183,8 @@ class QVR_nodeDefinition : public QVR_object {
   // The parent's position in the node's parent list, or -2.
   [[nodiscard]] int ParentPosition(int parentHandle) const;
   [[nodiscard]] QVR_node* ParentNode(int parentHandle) const;  // null unless it's a parent
+  // The descendants in table order. Costs nothing for a node without children, such as one being loaded.
+  [[nodiscard]] std::vector<int> GetDescendants() const;
   // For a handle that has no dimension here: -2 if it is no parent or a utility, else there's nothing to do.
   [[nodiscard]] int StatusWithoutDimension(int parentHandle);
   // After an absorbed parent's dimension went: the arc, and the news.
