@@ -131,8 +131,7 @@ int QVR_list::InsertChoice(int position, const char* name) {
   if (int status = InsertName(choiceNames, position, name, kBaseName); status < 0) {
     return status;
   }
-  const bool hasValues = choiceValues.GetNumItems() > 0;
-  if (int status = hasValues ? choiceValues.Insert(position, 0.0) : QVR_OKAY; status < 0) {
+  if (int status = HasValueForEachChoice() ? choiceValues.Insert(position, 0.0) : QVR_OKAY; status < 0) {
     choiceNames.Delete(position);
     return status;
   }
@@ -149,7 +148,7 @@ int QVR_list::RemoveOutcome(int position) {
     return QVR_OUT_OF_RANGE;
   }
   RetractEvidence();
-  if (choiceValues.GetNumItems() > 0) {
+  if (HasValueForEachChoice()) {
     choiceValues.Delete(position);
   }
   --choiceCount;
@@ -186,10 +185,16 @@ int QVR_list::ReorderOutcomes(const QVR_intArray& order) {
     return QVR_OUT_OF_RANGE;
   }
   choiceNames.Permute(list);
-  if (choiceValues.GetNumItems() > 0) {
+  if (HasValueForEachChoice()) {
     choiceValues.Permute(list);
   }
   return OutcomesReordered(list);
+}
+
+int QVR_list::ResetChoices(const QVR_idArray& names) {
+  RetractEvidence();
+  ReinitializeValues();
+  return ReplaceOutcomes(choiceNames, names);
 }
 
 int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
@@ -204,8 +209,7 @@ int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
     return status;
   }
   newNames.CheckConsistency(1);
-  return newNames.IsConsistent() ? ReplaceOutcomes(choiceNames, newNames)
-                                 : SetNumberOfOutcomes(NameCount(names));
+  return newNames.IsConsistent() ? ResetChoices(newNames) : SetNumberOfOutcomes(NameCount(names));
 }
 
 int QVR_list::SetNumberOfOutcomes(int count) {
@@ -219,7 +223,7 @@ int QVR_list::SetNumberOfOutcomes(int count) {
   if (int status = FillUpNames(newNames, kBaseName, count); status < 0) {
     return status;
   }
-  return ReplaceOutcomes(choiceNames, newNames);
+  return ResetChoices(newNames);
 }
 
 int QVR_list::GetChoiceNames(QVR_idArray*& out) {
@@ -240,9 +244,6 @@ int QVR_list::SetChoiceNames(const QVR_stringArray& names) {
 int QVR_list::SetChoiceValues(const QVR_doubleArray& array) {
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
-  }
-  if (array.Length() != 0 && array.Length() != choiceCount) {
-    return QVR_OUT_OF_RANGE;
   }
   QVR_doubleArray list;
   for (double value : array.View()) {

@@ -45,18 +45,21 @@ class QVR_list : public QVR_nodeDefinition {
 
   // Untested texts; -2 unless there is one for each choice.
   int SetChoiceNames(const QVR_stringArray& names);
-  // A number for each choice, or none; -2 for another count. The engine reads them nowhere.
+  // Numbers of any count. With one for each choice they follow the choices; the engine reads them nowhere.
   int SetChoiceValues(const QVR_doubleArray& array);
   [[nodiscard]] const QVR_doubleArray& GetChoiceValues() const { return choiceValues; }
 
  private:
+  // Replaces the choices; evidence goes and the value starts afresh, whatever the count.
+  int ResetChoices(const QVR_idArray& names);
   int InsertChoice(int position, const char* name);
   int AdoptNames(QVR_nodeDefinition& other);
   int FillUpChoices();
+  [[nodiscard]] bool HasValueForEachChoice() const { return choiceValues.GetNumItems() == choiceCount; }
 
   int choiceCount = 0;
   QVR_idArray choiceNames;
-  QVR_doubleArray choiceValues;  // list: empty, or one for each choice
+  QVR_doubleArray choiceValues;  // list
 };
 
 }  // namespace qvr
