@@ -47,18 +47,14 @@ int QVR_listOfDecisions::AdoptValue(QVR_nodeValue& other) {
   if (int status = QVR_nodeValue::Assign(other); status < 0) {
     return status;
   }
-  const int kind = other.GetFlags() & kValueAnyEvidence;
   ClearFlags(kValueAnyEvidence | kValueVirtualEvidence);
   const bool fits = FitsOutcomes(other);
-  if (fits && other.GetValueType() == GetValueType() && table.Copy(*other.GetMatrix()) >= 0) {
-    if (kind != 0 && SetValueToEvidence(other.GetEvidence()) >= 0) {
-      RaiseFlags(kind);
-    }
-  } else {
+  const bool sameClass = other.GetValueType() == GetValueType();
+  if (!fits || !sameClass || table.Copy(*other.GetMatrix()) < 0) {
     Reinitialize();
-    if (fits && other.GetValueType() == kValueBeliefVector) {
-      AdoptEvidence(other);
-    }
+  }
+  if (fits && (sameClass || other.GetValueType() == kValueBeliefVector)) {
+    AdoptEvidence(other);
   }
   CheckReady(1);
   CheckConsistency(1);

@@ -92,7 +92,7 @@ class QVR_nodeValue : public QVR_object {
   [[nodiscard]] int OutcomeCount() const;  // the definition's; 0 where it has none
   // Whether the value of another class or node has a cell for each outcome, in its last dimension.
   [[nodiscard]] bool FitsOutcomes(QVR_nodeValue& other) const;
-  // Enters the outcome that another class's value holds as evidence, as evidence of the same kind.
+  // Enters the outcome that another value holds as evidence, as evidence of the same kind.
   void AdoptEvidence(const QVR_nodeValue& other);
 
   QVR_network* network;          // not owned
