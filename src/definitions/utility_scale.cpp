@@ -19,7 +19,8 @@ UtilityRange RangeOf(std::span<const double> cells) {
   return range;
 }
 
-bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, double toLow, double toHigh) {
+bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, double toLow, double toHigh,
+                  ScaleOrder order) {
   const UtilityRange held = RangeOf(cells);
   const bool takesHeld = fromLow == fromHigh;
   const double low = takesHeld || held.minimum < fromLow ? held.minimum : fromLow;
@@ -32,11 +33,17 @@ bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, doub
     return false;
   }
   // The ends of a range may be further apart than the largest double, their halves not.
-  const double unit = std::isfinite(high - low) && std::isfinite(toHigh - toLow) ? 1.0 : 0.5;
+  const bool isWide = !std::isfinite(high - low) || !std::isfinite(toHigh - toLow);
+  const double unit = isWide ? 0.5 : 1.0;
+  const double fromRange = high * unit - low * unit;
+  const double toRange = toHigh * unit - toLow * unit;
+  const double factor = toRange / fromRange;
   for (double& cell : cells) {
     if (!IsUndefined(cell)) {
-      const double share = (cell * unit - low * unit) / (high * unit - low * unit);
-      cell = (share * (toHigh * unit - toLow * unit) + toLow * unit) / unit;
+      const double share = cell * unit - low * unit;
+      const double scaled =
+          isWide || order == ScaleOrder::FactorFirst ? share * factor : share * toRange / fromRange;
+      cell = (scaled + toLow * unit) / unit;
     }
   }
   return true;

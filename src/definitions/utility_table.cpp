@@ -62,12 +62,17 @@ int QVR_table::AdoptContent(QVR_nodeDefinition& other) {
     case kTypeDistribution:
     case kTypeHEquation:
       return QVR_OUT_OF_RANGE;
-    case kTypeTable:
-      other.ExpandInto(*this);
-      return QVR_OKAY;
     default:
-      // A table of chances has more cells over the same parents, so nothing of it fits.
+      AdoptData(other);
       return QVR_OKAY;
+  }
+}
+
+// The numbers of any table with as many cells, whatever they stand for there.
+void QVR_table::AdoptData(QVR_nodeDefinition& other) {
+  QVR_doubleArray* cells = nullptr;
+  if (other.GetDataArray(cells) >= 0 && cells->GetSize() == table.GetNumElements()) {
+    table.GetItems().CopyPrefix(*cells);
   }
 }
 
@@ -93,7 +98,8 @@ int QVR_table::RescaleUtilities(double fromLow, double fromHigh, double toLow, d
   if (!IsReady()) {
     return QVR_OBJECT_NOT_READY;
   }
-  const bool changed = RescaleCells(table.GetItems().Vector(), fromLow, fromHigh, toLow, toHigh);
+  const bool changed =
+      RescaleCells(table.GetItems().Vector(), fromLow, fromHigh, toLow, toHigh, ScaleOrder::MultiplyFirst);
   return changed ? NotifyChange(kNumbersChanged) : QVR_OKAY;
 }
 

@@ -32,6 +32,7 @@ class QVR_table : public TabularDefinition {
  private:
   int ResetTable();
   int AdoptContent(QVR_nodeDefinition& other);
+  void AdoptData(QVR_nodeDefinition& other);
 };
 
 }  // namespace qvr

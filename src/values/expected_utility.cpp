@@ -56,7 +56,7 @@ double QVR_expectedUtility::GetMaximumValue() const { return RangeOf(table.GetIt
 double QVR_expectedUtility::GetMinimumValue() const { return RangeOf(table.GetItems().Vector()).minimum; }
 
 int QVR_expectedUtility::RescaleValues(double fromLow, double fromHigh, double toLow, double toHigh) {
-  RescaleCells(table.GetItems().Vector(), fromLow, fromHigh, toLow, toHigh);
+  RescaleCells(table.GetItems().Vector(), fromLow, fromHigh, toLow, toHigh, ScaleOrder::FactorFirst);
   return QVR_OKAY;
 }
 

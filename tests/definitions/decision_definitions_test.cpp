@@ -123,15 +123,24 @@ TEST(List, KeepsNamesAndValuesInStep) {
   for (const auto& row : cases) {
     SCOPED_TRACE(row.edit);
     Decision d;
-    EXPECT_EQ(d.list.SetChoiceValues({1, 2}), -2);
     EXPECT_EQ(Edit(d.network, row.edit), row.status);
     EXPECT_EQ(NamesOf(d.list), Words(row.names));
     EXPECT_EQ(Cells(d.list.GetChoiceValues().begin(), d.list.GetChoiceValues().end()), row.values);
     EXPECT_EQ(d.network.CheckInvariants(), "");
   }
+  for (const char* edit : {"0 insert 3 e", "0 remove 2", "0 reorder 2 0 1"}) {
+    Decision d;
+    EXPECT_EQ(d.list.SetChoiceValues({1, 2}), 0);  // not one for each choice: they stay as they are
+    EXPECT_EQ(Edit(d.network, edit), 0);
+    EXPECT_EQ(Cells(d.list.GetChoiceValues().begin(), d.list.GetChoiceValues().end()), (Cells{1, 2}));
+  }
   Decision d;
+  QVR_nodeValue& value = *d.network.NodeAt(0)->value;
+  ASSERT_EQ(value.SetEvidence(1), 0);
+  ASSERT_EQ(value.AddIndexingParent(d.network.AddNode(kTypeList, "e")), 0);
   EXPECT_EQ(d.list.SetNumberOfOutcomes(*d.list.GetOutcomeNames()), 0);  // its own array
   EXPECT_EQ(NamesOf(d.list), Words("a b c"));
+  EXPECT_EQ(value.GetFlags() + value.GetIndexingParents().GetNumItems(), 0);
 }
 
 TEST(List, AdoptsNamesAndItsParentsOnlyInform) {
@@ -198,6 +207,21 @@ TEST(UtilityTable, FollowsItsParents) {
   }
 }
 
+TEST(UtilityTable, AdoptsTheNumbersOfAnyTableOfItsSize) {
+  QVR_network network;
+  const int decision = network.AddNode(kTypeList, "d");
+  const int chance = AddChance(network, "c", 2, {}, {0.25, 0.75});
+  const int node = AddNode(network, kTypeTable, "u", {decision});
+  const int wide = AddNode(network, kTypeTable, "w", {decision, chance});
+  for (int target : {node, wide}) {
+    QVR_table& table = DefinitionOf<QVR_table>(network, target);
+    EXPECT_EQ(table.AdoptFrom(*network.NodeAt(chance)->definition), 0);
+    QVR_Dmatrix* matrix = nullptr;
+    ASSERT_EQ(table.GetMatrix(matrix), 0);
+    EXPECT_EQ(CellsOf(*matrix), target == node ? (Cells{0.25, 0.75}) : Cells(4, 0));
+  }
+}
+
 TEST(UtilityTable, RescalesAndWeighsItsParents) {
   const struct {
     Cells cells;
@@ -216,6 +240,7 @@ TEST(UtilityTable, RescalesAndWeighsItsParents) {
       {{kUndefined, 4}, {0, 4}, {0, 8}, {kUndefined, 8}, 0.5, 1},
       {{kUndefined, 4}, {0, 0}, {2, 2}, {2, 2}, 0.5, 1},
       {{kNan, 4}, {0, 4}, {0, 8}, {kNan, 8}, 0.5, 1},
+      {{0, 3}, {0, 5}, {0, 7}, {0, 3 * 7 / 5.0}, 0.5, 1},  // not 3 * (7 / 5.0)
   };
   for (const auto& row : cases) {
     SCOPED_TRACE(&row - cases);

@@ -87,6 +87,18 @@ TEST(ListOfDecisions, EvidenceStaysWithItsOutcomeAndPassesBetweenClasses) {
   EXPECT_EQ(network.CheckInvariants(), "");
 }
 
+TEST(ListOfDecisions, AdoptsEvidenceAsIfItWereEntered) {
+  QVR_network network;
+  const int decisions[] = {network.AddNode(kTypeList, "d"), network.AddNode(kTypeList, "e")};
+  const int utility = network.AddNode(kTypeTable, "u");
+  ASSERT_EQ(network.AddArc(decisions[1], utility, kOrdinaryLayer), 0);
+  ASSERT_EQ(ValueOf(network, decisions[0]).SetEvidence(1), 0);
+  ValueOf(network, utility).SetValueValid();
+  ASSERT_EQ(ValueOf(network, decisions[1]).AdoptValue(ValueOf(network, decisions[0])), 0);
+  EXPECT_EQ(ValueOf(network, decisions[1]).GetFlags(), 3);
+  EXPECT_FALSE(ValueOf(network, utility).IsValueValid());
+}
+
 TEST(ExpectedUtility, RescalesAndStaysWithItsClass) {
   QVR_network network;
   const int decision = network.AddNode(kTypeList, "d");
@@ -95,9 +107,13 @@ TEST(ExpectedUtility, RescalesAndStaysWithItsClass) {
   ASSERT_EQ(value.AddIndexingParent(decision), 0);
   ASSERT_EQ(value.GetMatrix()->GetItems().Assign(Numbers{0.5, kUndefined}), 0);
   EXPECT_EQ(value.RescaleValues(0, 1, 0, 100), 0);
+  EXPECT_EQ(BeliefOf(network, node), (Numbers{50, kUndefined}));
+  value.GetMatrix()->Subscript(0) = 3;
+  EXPECT_EQ(value.RescaleValues(0, 5, 0, 7), 0);
+  EXPECT_EQ(value.GetMatrix()->Subscript(0), 3 * (7 / 5.0));  // not 3 * 7 / 5.0
   value.SetValueValid();
   QVR_network copy(network);
-  EXPECT_EQ(BeliefOf(copy, node), (Numbers{50, kUndefined}));
+  EXPECT_EQ(BeliefOf(copy, node), (Numbers{3 * (7 / 5.0), kUndefined}));
   ASSERT_EQ(network.NodeAt(node)->ChangeType(kTypeMau), 0);
   EXPECT_EQ(BeliefOf(network, node), Numbers{0});
   EXPECT_FALSE(ValueOf(network, node).IsValueValid());
