@@ -35,6 +35,14 @@ int QVR_defHybrid::TestParentGrowth(int parentHandle) const {
              : QVR_OKAY;
 }
 
+bool QVR_defHybrid::FitsParents() const {
+  return network != nullptr &&
+         std::ranges::equal(parents, network->GetParents(handle), [this](const Parent& known, int parent) {
+           const int type = network->NodeAt(parent)->GetType();
+           return known.handle == parent && known.hasDimension == ((type & kTypeBitDiscrete) != 0);
+         });
+}
+
 int QVR_defHybrid::StatusWithoutDimension(int parentHandle) const {
   return ParentPosition(parentHandle) < 0 ? QVR_OUT_OF_RANGE : QVR_OKAY;
 }

@@ -31,6 +31,7 @@ class QVR_defHybrid : public QVR_nodeDefinition {
   int AdoptFrom(QVR_nodeDefinition& other) override;
   [[nodiscard]] int TestParentGrowth(int parentHandle) const override;
   [[nodiscard]] int GetParentDimension(int parentHandle) const override;
+  [[nodiscard]] bool FitsParents() const override;
 
   // Takes the element over. -2, with nothing changed, for null, coordinates out of range (one for each
   // dimension) and an element of another kind.

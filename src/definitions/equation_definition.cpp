@@ -1,5 +1,7 @@
 #include "definitions/equation_definition.h"
 
+#include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "model/error_log.h"
@@ -110,6 +112,20 @@ int EquationDefinition::RenameParent(int /*parentHandle*/, const char* oldId, co
   equation.RenameVariable(oldId, newId);
   EquationChanged();
   return QVR_OKAY;
+}
+
+bool EquationDefinition::FitsParents() const {
+  std::vector<std::string> list;
+  AppendParentIds(-1, list);
+  std::unordered_set<std::string> unnamed(list.begin(), list.end());
+  list = GetOwnVariables();
+  list.push_back(OwnId());
+  const std::unordered_set<std::string> own(list.begin(), list.end());
+  list.clear();
+  equation.GetVariables(list);
+  return std::ranges::all_of(
+             list, [&](const std::string& name) { return unnamed.erase(name) > 0 || own.contains(name); }) &&
+         unnamed.empty();
 }
 
 int EquationDefinition::RebuildFromNetwork() {

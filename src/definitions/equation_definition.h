@@ -22,6 +22,8 @@ class EquationDefinition : public QVR_nodeDefinition {
   // Also called for the node's own identifier.
   int RenameParent(int parentHandle, const char* oldId, const char* newId) override;
   int RebuildFromNetwork() override;
+  // Whether every parent is named, and nothing else but the node itself and the class's own variables.
+  [[nodiscard]] bool FitsParents() const override;
 
   [[nodiscard]] const EquationPair& GetEquation() const { return equation; }
   // After every change of the equation: nothing derived from it outlives it, here or in the children.

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <numeric>
 
 #include "definitions/equation_pair.h"
+#include "definitions/raised_flag.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -72,15 +74,16 @@ int QVR_mau::AdoptFrom(QVR_nodeDefinition& other) {
   return status;
 }
 
-// Formulas name their parents, so these have to be the same as well.
+// Formulas name their parents, so for them these have to be the same as well.
 int QVR_mau::ExpandInto(QVR_nodeDefinition& other) {
   auto* target = other.GetType() == GetType() ? dynamic_cast<QVR_mau*>(&other) : nullptr;
-  if (target == nullptr || target == this || weights.SameShape(target->weights) == 0 ||
-      knownParents != target->knownParents) {
+  if (target == nullptr || target == this || weights.SameShape(target->weights) == 0) {
     return QVR_OKAY;
   }
+  const bool copiesFormulas =
+      expressionTable && network == target->network && knownParents == target->knownParents;
   try {
-    auto formulas = expressionTable ? std::make_unique<MauExpressionTable>(*expressionTable) : nullptr;
+    auto formulas = copiesFormulas ? std::make_unique<MauExpressionTable>(*expressionTable) : nullptr;
     if (int status = target->weights.Copy(weights); status < 0) {
       return status;
     }
@@ -135,6 +138,15 @@ int QVR_mau::GetParentDimension(int parentHandle) const {
   return dimension < 0 ? dimension : weights.GetDimension(dimension);
 }
 
+bool QVR_mau::FitsParents() const {
+  return network != nullptr &&
+         std::ranges::equal(knownParents, network->GetParents(handle),
+                            [this](const KnownParent& known, int parent) {
+                              const int type = network->NodeAt(parent)->GetType();
+                              return known == KnownParent{parent, (type & kTypeBitDecision) != 0};
+                            });
+}
+
 int QVR_mau::TestParentGrowth(int parentHandle) const {
   const int dimension = DimensionOf(parentHandle);
   return dimension < 0 ? QVR_OKAY : TestTableGrowth(weights, dimension, weights.GetDimension(dimension) + 1);
@@ -180,8 +192,36 @@ int QVR_mau::AddParent(int parentHandle) {
   return status;
 }
 
+int QVR_mau::AddParents(std::span<const int> parentHandles) {
+  const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // the weights don't fit yet
+  std::vector<int> places(static_cast<std::size_t>(CountOthers()));
+  std::iota(places.begin(), places.end(), 0);
+  int status = QVR_OKAY;
+  {
+    const RaisedFlag scope(addingParents);
+    for (std::size_t i = 0; i < parentHandles.size() && status >= 0; ++i) {
+      status = network->AddArc(parentHandles[i], handle, kOrdinaryLayer);
+    }
+  }
+  const auto count = static_cast<std::size_t>(CountOthers());
+  if (count == places.size()) {
+    return status;
+  }
+  places.resize(count, -1);
+  QVR_Dmatrix grown;
+  if (int failure = CopyWeights(places, grown); failure < 0) {
+    RebuildFromNetwork();  // drops the arcs that there is no room for
+    return failure;
+  }
+  weights.Swap(grown);
+  return status;
+}
+
 // The first one takes over the place that stands there without any.
 int QVR_mau::AddOther() {
+  if (addingParents) {
+    return QVR_OKAY;
+  }
   if (CountOthers() == 0) {
     weights.Fill(1.0);
     return QVR_OKAY;

@@ -45,6 +45,7 @@ class QVR_mau : public QVR_nodeDefinition {
   int ExpandInto(QVR_nodeDefinition& other) override;
   [[nodiscard]] int TestParentGrowth(int parentHandle) const override;
   [[nodiscard]] int GetParentDimension(int parentHandle) const override;  // of a decision
+  [[nodiscard]] bool FitsParents() const override;
 
   // All weights in flat order; the definition takes the plain form. -2 unless the count fits.
   int SetWeights(const QVR_doubleArray& values);
@@ -55,6 +56,9 @@ class QVR_mau : public QVR_nodeDefinition {
   int SetExpressions(std::span<const std::string> texts, std::string& errorText);
   // How many formulas there are, or would be in the plain form.
   [[nodiscard]] int GetExpressionCount() const;
+  // AddArc from each in turn, until one fails, whose code comes back; but the weights, which AddArc copies,
+  // grow just once.
+  int AddParents(std::span<const int> parentHandles);
   // The outcome counts of the decision parents in parent order, and last the number of the other parents, or
   // 1 without any.
   [[nodiscard]] const QVR_Dmatrix& GetWeights() const { return weights; }
@@ -101,6 +105,7 @@ class QVR_mau : public QVR_nodeDefinition {
   std::unique_ptr<MauExpressionTable> expressionTable;
   std::vector<KnownParent> knownParents;  // in parent order
   bool replacingParents = false;          // weights and parents will fit once the arcs stand
+  bool addingParents = false;             // weights alone will
 };
 
 }  // namespace qvr

@@ -126,6 +126,9 @@ class QVR_nodeDefinition : public QVR_object {
   // parent, last the node's own, negative for any) equal x, which is 0.0 or 1.0. The base looks at the table;
   // a class whose table is costly may know without. Negative, too, if there's no table of these dimensions.
   [[nodiscard]] virtual int AllCellsEqual(double x, std::span<const int> pattern);
+  // Whether what the definition holds by handles or identifiers of parents is about the node's present ones.
+  // True in the base, which holds nothing of that kind.
+  [[nodiscard]] virtual bool FitsParents() const { return true; }
 
   // For each of the `counts`, the outcomes of as many parents, the one that the rest of the pattern doesn't
   // rule out, or -2 if there are several or none. Nothing is said, -2, for a count below 1; of the other

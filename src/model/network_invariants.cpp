@@ -114,6 +114,9 @@ std::string CheckDefinition(const QVR_network& network, const QVR_node& node) {
   if ((type & kTypeBitHybrid) != 0 && node.definition->GetSize() != CountCombinations(network, node.handle)) {
     return "there isn't an element for each combination of the discrete parents";
   }
+  if (!node.definition->FitsParents()) {
+    return "the definition is about other parents";
+  }
   const QVR_stringArray* names = node.definition->GetOutcomeNames();
   if (names != nullptr && names->GetNumItems() != node.GetNumberOfOutcomes()) {
     return "the outcomes haven't as many names";

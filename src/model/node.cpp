@@ -37,6 +37,12 @@ int EvidenceOf(const QVR_nodeValue* value) {
   return value != nullptr ? value->GetFlags() & kEvidenceBits : 0;
 }
 
+// Handles and identifiers of parents mean something in their own network alone.
+bool HoldsParents(int type) {
+  return type == kTypeMau || type == kTypeEquation || type == kTypeEquationScc ||
+         (type & kTypeBitHybrid) != 0;
+}
+
 // A copy of a handle list, in order, for loops that change the list.
 std::vector<int> Handles(const QVR_intArray& list) { return {list.begin(), list.end()}; }
 
@@ -238,6 +244,11 @@ bool QVR_node::DefinitionFitsParents(const QVR_nodeDefinition& source) const {
   const bool knowsHandles = (source.GetType() & kTypeBitHybrid) != 0;
   if (sourceParents.GetNumItems() != parents.GetNumItems() ||
       (knowsHandles && !std::equal(parents.begin(), parents.end(), sourceParents.begin()))) {
+    return false;
+  }
+  const bool sameParents =
+      sourceNetwork == network && std::ranges::equal(sourceNetwork->GetParents(source.GetHandle()), parents);
+  if (HoldsParents(GetType()) && !(sameParents && definition->FitsParents())) {
     return false;
   }
   return std::all_of(parents.begin(), parents.end(), [this](int parent) {

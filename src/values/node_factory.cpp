@@ -109,6 +109,11 @@ const ValueClass* FindValueClass(int type) {
   return nullptr;
 }
 
+const QVR_node* OwnerOf(const QVR_nodeDefinition& definition) {
+  const QVR_network* network = definition.GetNetwork();
+  return network != nullptr ? network->NodeAt(definition.GetHandle()) : nullptr;
+}
+
 }  // namespace
 
 int QVR_node::CreateDefinition(int type) {
@@ -195,6 +200,9 @@ int QVR_node::CopyDefinition(const QVR_nodeDefinition& other) {
   const int oldCount = GetNumberOfOutcomes();
   DropParentsNotTakenBy(copy->GetType());
   definition = std::move(copy);
+  if (const QVR_node* source = OwnerOf(other); source != nullptr && source != this) {
+    definition->RenameParent(handle, source->GetId().c_str(), GetId().c_str());  // an equation names its node
+  }
   if (!DefinitionFitsParents(other)) {
     definition->RebuildFromNetwork();
   }

@@ -96,7 +96,7 @@ inline int EditOnce(QVR_network& network, const std::string& command) {
       {"count", [&] { return definition.SetNumberOfOutcomes(number()); }},
       {"states", [&] { return definition.SetResultingStates(Texts(arguments)); }},
       {"rows", [&] { return definition.SetResultingStates(numbers()); }},
-      {"parents", [&] { return definition.ReorderParents(numbers()); }},
+      {"parents", [&] { return ReorderParents(network, handle, numbers()); }},
       {"absorbroot", [&] { return definition.AbsorbRootParent(number()); }},
       {"absorb", [&] { return definition.AbsorbObservedParent(number()); }},
       {"rebuild", [&] { return definition.RebuildFromNetwork(); }},

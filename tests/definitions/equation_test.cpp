@@ -147,7 +147,7 @@ TEST(Equation, NamesJustItsParentsThroughRandomEdits) {
     };
     const int node = pick();
     const std::string fresh = "n" + std::to_string(nextName++);
-    switch (random.Below(5)) {
+    switch (random.Below(6)) {
       case 0:
         network.AddArc(pick(), node, kOrdinaryLayer);
         break;
@@ -168,6 +168,9 @@ TEST(Equation, NamesJustItsParentsThroughRandomEdits) {
         break;
       case 3:
         ASSERT_EQ(network.NodeAt(node)->SetId(fresh.c_str()), 0);
+        break;
+      case 4:
+        ASSERT_EQ(network.NodeAt(node)->CopyDefinition(*network.NodeAt(pick())->definition), 0);
         break;
       default:
         network.DeleteNode(node);

@@ -69,7 +69,7 @@ TEST(Hybrid, TableFollowsParentsAndTheirOutcomes) {
        },
        "2 0 1 zz+5.0000000001 3 4"},
       {[](QVR_network& n) {
-         return n.NodeAt(4)->definition->ReorderParents({2, 1, 0});
+         return ReorderParents(n, 4, {2, 1, 0});
        },
        "0 3 1 4 2 zz+5.0000000001"},
       {[](QVR_network& n) { return n.NodeAt(0)->ChangeType(kTypeDChildHParent); },

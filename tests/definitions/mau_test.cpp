@@ -111,6 +111,28 @@ TEST(Mau, FormulasDecideOnTheParentsOrChangeNothing) {
   }
 }
 
+TEST(Mau, TakesFormulasOnlyAboutItsOwnParents) {
+  QVR_network network;
+  BuildDiagram(network);
+  auto& mau = DefinitionOf<QVR_mau>(network, kMau);
+  std::string error;
+  ASSERT_EQ(mau.SetWeights({1, 2, 3, 4}), 0);
+  ASSERT_EQ(mau.SetExpressions(Names{"u*v", "u/v"}, error), 0);
+  const int same = AddNode(network, kTypeMau, "m3", {kFirst, kDecision, kSecond});
+  const int other = AddNode(network, kTypeMau, "m4", {kFirst, kDecision, kSpare});
+  for (int node : {same, other}) {
+    EXPECT_EQ(network.NodeAt(node)->definition->AdoptFrom(mau), 0);
+    EXPECT_EQ(CellsOf(DefinitionOf<QVR_mau>(network, node).GetWeights()), (Cells{1, 2, 3, 4}));
+    EXPECT_EQ(FormulasOf(network, node), node == same ? (Names{"u*v", "u/v"}) : Names{});
+    ASSERT_EQ(network.NodeAt(node)->CopyDefinition(mau), 0);
+    EXPECT_EQ(FormulasOf(network, node), node == same ? (Names{"u*v", "u/v"}) : Names{});
+  }
+  QVR_network elsewhere(network);
+  ASSERT_EQ(elsewhere.NodeAt(same)->CopyDefinition(mau), 0);  // its identifiers may mean other nodes here
+  EXPECT_EQ(FormulasOf(elsewhere, same), Names{});
+  EXPECT_EQ(network.CheckInvariants() + elsewhere.CheckInvariants(), "");
+}
+
 TEST(Mau, ARefusedArcPutsEverythingBack) {
   const LogGuard log;
   QVR_network network;

@@ -50,11 +50,15 @@ void EditSomething(QVR_network& network, TestRandom& random) {
                                "name r" + outcome,
                                "delete",
                                "type " + std::to_string(kTypes[random.Below(5)])};
-  const int kind = random.Below(15);
+  const int kind = random.Below(16);
   if (kind < 13) {
     Edit(network, std::to_string(handle) + " " + verbs[kind]);
   } else if (kind == 13) {
     network.NodeAt(handle)->value->AddIndexingParent(other);
+  } else if (kind == 14) {
+    if (network.NodeAt(handle)->GetType() == network.NodeAt(other)->GetType()) {
+      network.NodeAt(handle)->CopyDefinition(*network.NodeAt(other)->definition);
+    }
   } else {
     SetFormulas(network, *network.NodeAt(handle), network.NodeAt(other)->GetId());
   }

@@ -83,6 +83,11 @@ std::vector<double> BeliefOf(QVR_network& network, int handle) {
   return {cells.begin(), cells.end()};
 }
 
+int ReorderParents(QVR_network& network, int handle, const QVR_intArray& order) {
+  const int status = network.NodeAt(handle)->definition->ReorderParents(order);
+  return status < 0 ? status : const_cast<QVR_intArray&>(network.GetParents(handle)).Permute(order);
+}
+
 int SetLikelihoods(QVR_network& network, int handle, const std::vector<double>& likelihoods) {
   QVR_doubleArray list;
   if (int status = list.Assign(likelihoods); status < 0) {

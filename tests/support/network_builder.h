@@ -26,6 +26,8 @@ int SetTable(QVR_network& network, int handle, const std::vector<double>& table)
 [[nodiscard]] QVR_nodeValue& ValueOf(QVR_network& network, int handle);
 // The value's numbers as they stand, valid or not.
 [[nodiscard]] std::vector<double> BeliefOf(QVR_network& network, int handle);
+// Of the definition and, unless it refuses, of the network's list.
+int ReorderParents(QVR_network& network, int handle, const QVR_intArray& order);
 int SetLikelihoods(QVR_network& network, int handle, const std::vector<double>& likelihoods);
 
 }  // namespace qvr
