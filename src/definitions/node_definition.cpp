@@ -235,7 +235,9 @@ int QVR_nodeDefinition::ParentPosition(int parentHandle) const {
 }
 
 QVR_node* QVR_nodeDefinition::ParentNode(int parentHandle) const {
-  return ParentPosition(parentHandle) >= 0 ? network->NodeAt(parentHandle) : nullptr;
+  return network != nullptr && network->HasArc(parentHandle, handle, kOrdinaryLayer)
+             ? network->NodeAt(parentHandle)
+             : nullptr;
 }
 
 std::vector<int> QVR_nodeDefinition::GetDescendants() const {

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "definitions/cpt.h"
+#include "definitions/mau.h"
 #include "formats/number_token.h"
 #include "formats/xml_net_loader.h"
 #include "model/dense_matrix.h"
@@ -216,7 +217,10 @@ long long XmlNetLoader::CountParentConfigurations() const {
 }
 
 void XmlNetLoader::AddArcs() {
-  if (network.AddArcs(parents, currentNode) < 0) {
+  const int status = definition->GetType() == kTypeMau
+                         ? static_cast<QVR_mau&>(*definition).AddParents(parents)
+                         : network.AddArcs(parents, currentNode);
+  if (status < 0) {
     Abort("AddArc failed");
   }
 }

@@ -100,6 +100,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   [[nodiscard]] const QVR_intArray& GetChildren(int handle, int layer = kOrdinaryLayer) const;
   [[nodiscard]] int GetNumberOfParents(int handle, int layer = kOrdinaryLayer) const;
   [[nodiscard]] int GetNumberOfChildren(int handle, int layer = kOrdinaryLayer) const;
+  [[nodiscard]] bool HasArc(int parent, int child, int layer = kOrdinaryLayer) const;
   void GetDiscreteParents(int handle, int layer, QVR_intArray& out) const;
   // Takes the arc out of both lists and nothing else: for definitions that refused or absorbed a parent.
   void DetachArc(int parent, int child);
@@ -195,7 +196,6 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int OccupySlot(int handle, const char* identifier);
   int StoreFirstId(QVR_node& node, const char* identifier);
   [[nodiscard]] bool IsSubmodelId(const char* identifier) const;
-  [[nodiscard]] bool HasArc(int parent, int child, int layer) const;
   [[nodiscard]] int TestArc(int parent, int child);
   int LinkNodes(std::span<const int> parents, int child, int& linked);
   [[nodiscard]] bool AllowsDynamicArc(int parent, int child) const;
