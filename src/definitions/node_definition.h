@@ -130,9 +130,9 @@ class QVR_nodeDefinition : public QVR_object {
   // True in the base, which holds nothing of that kind.
   [[nodiscard]] virtual bool FitsParents() const { return true; }
 
-  // For each of the `counts`, the outcomes of as many parents, the one that the rest of the pattern doesn't
-  // rule out, or -2 if there are several or none. Nothing is said, -2, for a count below 1; of the other
-  // parents those before are taken as unknown, whatever the pattern says. All -2 if there's no table to tell.
+  // The one outcome of each parent that the rest of the pattern doesn't rule out (see AllCellsEqual), or -2
+  // if there are several or none. `counts` are the parents' outcomes; one below 1 leaves a parent untested,
+  // -2. A tested parent is unknown to those after it, whatever the pattern says. All -2 without a table.
   [[nodiscard]] virtual std::vector<int> OnlyPossibleOutcomes(std::vector<int> pattern,
                                                               std::span<const int> counts);
   // AddParent for each in order, up to the first that is refused, whose code comes back; `taken` is how many
