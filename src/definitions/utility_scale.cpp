@@ -41,8 +41,10 @@ bool RescaleCells(std::span<double> cells, double fromLow, double fromHigh, doub
   for (double& cell : cells) {
     if (!IsUndefined(cell)) {
       const double share = cell * unit - low * unit;
-      const double scaled =
-          isWide || order == ScaleOrder::FactorFirst ? share * factor : share * toRange / fromRange;
+      double scaled = order == ScaleOrder::FactorFirst ? share * factor : share * toRange / fromRange;
+      if (isWide) {
+        scaled = share / fromRange * toRange;
+      }
       cell = (scaled + toLow * unit) / unit;
     }
   }
