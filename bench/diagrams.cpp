@@ -28,7 +28,7 @@ constexpr DiagramShape kShapes[] = {
     {"1 decision", 1, 2, 4, 3},
     {"2 decisions", 2, 1, 6, 4},
     {"3 decisions", 3, 1, 5, 3},
-    {"3 decisions, 2,304", 3, 1, 5, 0},  // 20 chances, 2,304 scenarios
+    {"3 decisions, 2,304", 3, 1, 5, 0},  // 19 chances, 2,304 scenarios
 };
 
 class CountingSolver : public QVR_CooperSolver {
