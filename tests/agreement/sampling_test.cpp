@@ -302,7 +302,7 @@ TEST(MessageRounds, AreExactOnTrees) {
     EpisParameters parameters;
     parameters.propLength = nodeCount;  // no path has more nodes
     ASSERT_EQ(network.SetEpisParameters(parameters), QVR_OKAY);
-    EXPECT_LE(MeanSquare(network, ALG_LOOPY_BELIEF, 0, 1, SumJoint(network, entered)), 1e-12);
+    EXPECT_LE(MeanSquare(network, ALG_LOOPY_BELIEF, 0, 1, SumJoint(network, entered)), 1e-20);
     ASSERT_FALSE(HasFailure()) << Describe(network);
   }
 }
