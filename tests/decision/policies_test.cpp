@@ -189,7 +189,7 @@ void ForEachHistory(const QVR_network& network, const std::vector<int>& order, s
 class Comparison {
  public:
   Comparison(Diagram& newDiagram, const std::vector<int>& newOrder, const PolicyEnumeration& newTruth)
-      : diagram(newDiagram), network(newDiagram.network), order(newOrder), truth(newTruth) {}
+      : network(newDiagram.network), order(newOrder), truth(newTruth) {}
 
   // A cell that no history comes to has no number, but where all utilities are the same.
   void CheckUtility(int handle) {
@@ -272,7 +272,6 @@ class Comparison {
     EXPECT_NEAR(actual, expected, 1e-7 * std::max(1.0, std::abs(expected)));
   }
 
-  Diagram& diagram;
   QVR_network& network;
   const std::vector<int>& order;
   const PolicyEnumeration& truth;
