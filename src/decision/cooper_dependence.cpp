@@ -58,6 +58,7 @@ int QVR_CooperSolver::FindEvaluated() {
   for (int place = count - 1; place >= 0; --place) {
     const int handle = temporal[place];
     WorkValueOf(handle).ClearEvidence();
+    RestoreLikelihoods(handle);  // unobserved, it still opens what meets in it
     const bool isObservation = IsChanceType(network->NodeAt(handle)->GetType());
     if (isRelevant[static_cast<std::size_t>(place)] == 0 || !isObservation) {
       continue;

@@ -1,10 +1,12 @@
 #include "decision/cooper_solver.h"
 
 #include <new>
+#include <stdexcept>
 
 #include "decision/relevance_mask_off.h"
 #include "decision/scenario_network.h"
 #include "decision/temporal_order.h"
+#include "definitions/mau.h"
 #include "definitions/utility_table.h"
 #include "inference/solver_entries.h"
 #include "model/error_log.h"
@@ -26,6 +28,16 @@ int QVR_CooperSolver::Solve(QVR_network& diagram) {
   network = &diagram;
   const UpdateFlagsOff quiet(*network, UPDATE_IMMEDIATELY);
   Reset();
+  try {
+    return SolveForPolicies();
+  } catch (const std::bad_alloc&) {
+    return GiveUp(QVR_OUT_OF_MEMORY);
+  } catch (const std::length_error&) {
+    return GiveUp(QVR_OUT_OF_MEMORY);
+  }
+}
+
+int QVR_CooperSolver::SolveForPolicies() {
   if (int status = FindOverallUtility(); status < 0) {
     GetErrorLog().Log(status, "Utilities not specified. Policies cannot be evaluated");
     hasUtility = false;
@@ -87,9 +99,12 @@ int QVR_CooperSolver::AddOverallUtility(const QVR_intArray& candidates) {
   }
   overallUtility = handle;
   addedUtility = true;
-  int status = network->NodeAt(handle)->definition ? utilityNodes.Add(handle) : QVR_OUT_OF_MEMORY;
-  for (int i = 0; status >= 0 && i < candidates.GetNumItems(); ++i) {
-    status = network->AddArc(candidates[i], handle, kOrdinaryLayer);
+  const QVR_node& node = *network->NodeAt(handle);
+  int status = node.definition && node.value ? utilityNodes.Add(handle) : QVR_OUT_OF_MEMORY;
+  if (status >= 0) {
+    // All values are invalid by now: nothing is left to tell.
+    const UpdateFlagsOff quiet(*network, UPDATE_TRACK_CHANGES | UPDATE_IMMEDIATELY);
+    status = static_cast<QVR_mau&>(*node.definition).AddParents(candidates.View());
   }
   if (status < 0) {
     DeleteAddedUtility();

@@ -49,6 +49,7 @@ class QVR_CooperSolver {
   };
 
   // cooper_solver.cpp
+  int SolveForPolicies();
   int FindOverallUtility();
   int AddOverallUtility(const QVR_intArray& candidates);
   void DeleteAddedUtility();

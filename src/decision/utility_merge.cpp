@@ -210,10 +210,10 @@ int MergeUtilities(QVR_network& work, int& merged) {
       if (std::find(parents.begin(), parents.end(), parent) == parents.end()) {
         parents.push_back(parent);
       }
+      if (parents.size() > kMostParents) {
+        return RefuseMerge();
+      }
     }
-  }
-  if (parents.size() > kMostParents) {
-    return RefuseMerge();
   }
   for (int parent : parents) {
     if (work.AddArc(parent, merged, kOrdinaryLayer) < 0) {

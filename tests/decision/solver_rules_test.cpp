@@ -114,6 +114,28 @@ TEST(CooperSolver, KeepsTheRangeOfUtilities) {
   }
 }
 
+// A soft finding in which two observations meet tells the one of the other.
+TEST(CooperSolver, SeesThroughLikelihoods) {
+  QVR_network network;
+  const int first = AddDecision(network, "first");
+  const int a = AddChance(network, "a", 2, {}, {0.5, 0.5});
+  const int b = AddChance(network, "b", 2, {}, {0.5, 0.5});
+  const int same = AddChance(network, "same", 2, {a, b}, {0.9, 0.1, 0.1, 0.9, 0.1, 0.9, 0.9, 0.1});
+  const int second = AddDecision(network, "second", {first, a, b, same});
+  AddUtility(network, "u", {first, a, b, second}, {10, 0, 0, 0, 0, 0, 10, 0, 11, 0, 1, 0, 1, 0, 11, 0});
+  ASSERT_EQ(SetLikelihoods(network, same, {0.8, 0.2}), QVR_OKAY);
+  ASSERT_EQ(network.UpdateBeliefs(), 0);
+  // The likelihood is 0.9 * 0.8 + 0.1 * 0.2 = 0.74 where a and b are equal, else 0.26.
+  EXPECT_NEAR(BeliefOf(network, first)[0], 7.4, 1e-7);
+  EXPECT_NEAR(BeliefOf(network, first)[1], 8.4, 1e-7);
+  const Numbers expected = {0.74, 0.26, 0.26, 0.74};  // of b, by a
+  const Numbers actual = BeliefOf(network, b);
+  ASSERT_EQ(actual.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_NEAR(actual[i], expected[i], 1e-7);
+  }
+}
+
 TEST(CooperSolver, NamesImpossibleScenariosAndGoesOn) {
   const LogGuard log;
   QVR_network network;
