@@ -115,8 +115,8 @@ TEST(MemoryCeiling, RefusedOperationsLeaveTheNetworkWhole) {
     QVR_network network;
     const ParentLists parents = RandomParents(5, 3, 5, random);
     ASSERT_TRUE(FillNetwork(parents, {3, 4, 2, 5, 3}, {0.1, 0.1}, random, network));
-    const int flags = network.GetUpdateFlags();
-    network.SetUpdateFlags(flags | (seed % 3 == 0 ? UPDATE_IMMEDIATELY : 0));
+    const unsigned flags = network.GetUpdateFlags();
+    network.SetUpdateFlags(flags | (seed % 3 == 0 ? UPDATE_IMMEDIATELY : 0U));
     for (int step = 0; step < 25; ++step) {
       const TightMemory memory(8 * random.Below(100));
       refused += Disturb(network, random) == QVR_OUT_OF_MEMORY ? 1 : 0;
