@@ -233,6 +233,35 @@ class Comparison {
     });
   }
 
+  // An observation's posterior before it is made, by what it is indexed by. One that matters to nobody may be
+  // indexed by what comes later, too; that isn't compared.
+  void CheckObserved(int handle) {
+    SCOPED_TRACE(network.NodeAt(handle)->GetId());
+    const auto place =
+        static_cast<std::size_t>(std::find(order.begin(), order.end(), handle) - order.begin());
+    for (int parent : ValueOf(network, handle).GetIndexingParents()) {
+      if (std::find(order.begin() + static_cast<std::ptrdiff_t>(place), order.end(), parent) != order.end()) {
+        return;
+      }
+    }
+    const QVR_Dmatrix& cells = *ValueOf(network, handle).GetMatrix();
+    std::map<int, std::map<int, double>> joint;
+    ForEachHistory(network, order, place + 1, [&](const History& history) {
+      joint[PlaceOf(handle, history)][history.back()] += truth.Probability(history);
+    });
+    for (const auto& [first, weights] : joint) {
+      double total = 0;
+      for (const auto& [outcome, weight] : weights) {
+        total += weight;
+      }
+      for (const auto& [outcome, weight] : weights) {
+        if (total > 0) {
+          ExpectClose(cells.Subscript(first + outcome), weight / total);
+        }
+      }
+    }
+  }
+
   void CheckHidden(int handle) {
     SCOPED_TRACE(network.NodeAt(handle)->GetId());
     const QVR_Dmatrix& cells = *ValueOf(network, handle).GetMatrix();
@@ -302,7 +331,9 @@ TEST(Policies, AgreeWithBackwardInduction) {
         comparison.CheckUtility(handle);
       } else if (isInOrder && node.GetType() == kTypeList) {
         comparison.CheckDecision(handle);
-      } else if (!isInOrder && !node.value->HasEvidence()) {
+      } else if (isInOrder) {
+        comparison.CheckObserved(handle);
+      } else if (!node.value->HasEvidence()) {
         comparison.CheckHidden(handle);
       }
     }
