@@ -8,17 +8,21 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <numeric>
+#include <span>
 #include <string>
 
 #include "formats/format_table.h"
 #include "model/error_log.h"
 #include "model/network.h"
+#include "model/special_numbers.h"
 
 namespace qvr {
 namespace {
 
 // Updates of larger networks could take more time than a fuzz run has.
 constexpr double kMaxJointStates = 1 << 20;
+constexpr double kMaxScenarioStates = 1 << 10;  // with decisions there may be an update for each
 
 void Demand(bool holds) {
   if (!holds) {
@@ -43,6 +47,15 @@ double CountJointStates(const QVR_network& network) {
   return count;
 }
 
+bool HasDecisions(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    if ((network.NodeAt(handle)->GetType() & kTypeBitDecision) != 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
 void EnterEvidence(QVR_network& network, unsigned salt) {
   int outcome = static_cast<int>(salt % 3);
   for (int handle = network.LastNode(); handle >= 0; handle -= 2) {
@@ -56,25 +69,28 @@ void EnterEvidence(QVR_network& network, unsigned salt) {
 // Rows of a consistent table may miss 1 by 5e-6, and a posterior that needs no tree takes its table as it is.
 constexpr double kSumTolerance = 1e-3;
 
-// Posteriors of consistent tables are distributions.
+// Posteriors of consistent tables are distributions, one for each scenario that isn't impossible.
 void CheckPosteriors(QVR_network& network) {
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     QVR_nodeValue& value = *network.NodeAt(handle)->value;
     if (!value.IsValueValid() || value.GetValueType() != kValueBeliefVector) {
       continue;
     }
-    double sum = 0;
-    for (double x : value.GetMatrix()->GetItems().Vector()) {
-      sum += x;
+    const std::span<const double> cells = value.GetMatrix()->GetItems().Vector();
+    const auto outcomes = static_cast<std::size_t>(network.NodeAt(handle)->GetNumberOfOutcomes());
+    Demand(!cells.empty() && cells.size() % outcomes == 0);
+    for (std::size_t row = 0; row < cells.size(); row += outcomes) {
+      const double sum = std::accumulate(cells.begin() + static_cast<std::ptrdiff_t>(row),
+                                         cells.begin() + static_cast<std::ptrdiff_t>(row + outcomes), 0.0);
+      Demand(IsUndefined(cells[row]) || std::abs(sum - 1) < kSumTolerance);
     }
-    Demand(std::abs(sum - 1) < kSumTolerance);
   }
 }
 
 void Use(QVR_network& network, unsigned salt) {
   const QVR_network copy(network);
   Demand(copy.CheckInvariants().empty());
-  if (CountJointStates(network) > kMaxJointStates) {
+  if (CountJointStates(network) > (HasDecisions(network) ? kMaxScenarioStates : kMaxJointStates)) {
     return;
   }
   for (int round = 0; round < 2; ++round) {
