@@ -101,7 +101,20 @@ int QVR_cpt::ReorderOutcomes(const QVR_intArray& order) {
 }
 
 int QVR_cpt::TestReplacement(int count) const {
-  return TestTableGrowth(table, table.GetNumDimensions() - 1, count);
+  const int last = table.GetNumDimensions() - 1;
+  if (int status = TestTableGrowth(table, last, count); status < 0) {
+    return status;
+  }
+  if (last < 0 || count <= table.GetDimension(last)) {
+    return QVR_OKAY;
+  }
+  // Whether there is memory for it is only known by taking it.
+  QVR_intArray sizes;
+  if (int status = sizes.Assign(table.GetDimensions().Vector()); status < 0) {
+    return status;
+  }
+  sizes[last] = count;
+  return QVR_Dmatrix().SetDimensions(sizes.Vector());
 }
 
 int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {
