@@ -63,6 +63,31 @@ int PlaceOf(QVR_network& network, int decision, const std::vector<std::string>& 
   return place;
 }
 
+// The history behind this one, the last axis fastest.
+void Advance(QVR_network& network, const std::vector<std::string>& axes, std::vector<int>& outcomes) {
+  for (std::size_t i = outcomes.size(); i-- > 0;) {
+    const int handle = network.FindNode(axes[i].c_str());
+    outcomes[i] = (outcomes[i] + 1) % network.NodeAt(handle)->GetNumberOfOutcomes();
+    if (outcomes[i] != 0) {
+      return;
+    }
+  }
+}
+
+// How many numbers were compared.
+int Compare(QVR_network& network, const ExpectedPolicy& policy) {
+  const int decision = network.FindNode(policy.decision.c_str());
+  EXPECT_TRUE(ValueOf(network, decision).IsValueValid());
+  std::vector<int> outcomes(policy.axes.size(), 0);
+  for (double utility : policy.utilities) {
+    const int place = PlaceOf(network, decision, policy.axes, outcomes);
+    EXPECT_NEAR(ValueOf(network, decision).GetMatrix()->Subscript(place), utility, 1e-7)
+        << policy.decision << " " << place;
+    Advance(network, policy.axes, outcomes);
+  }
+  return static_cast<int>(policy.utilities.size());
+}
+
 TEST(SharedDecisions, MatchIndependentAnswers) {
   const fs::path folder = fs::path(QVR_SHARED_DIR) / "answers" / "decisions";
   if (!fs::exists(folder)) {
@@ -78,22 +103,7 @@ TEST(SharedDecisions, MatchIndependentAnswers) {
     ASSERT_EQ(network.LoadFile(entry.path().c_str(), 0, nullptr), 0);
     ASSERT_EQ(network.UpdateBeliefs(), 0);
     for (const ExpectedPolicy& policy : ReadPolicies(fs::path(entry.path()).replace_extension(".json"))) {
-      const int decision = network.FindNode(policy.decision.c_str());
-      ASSERT_TRUE(ValueOf(network, decision).IsValueValid());
-      std::vector<int> outcomes(policy.axes.size(), 0);
-      for (double utility : policy.utilities) {
-        const int place = PlaceOf(network, decision, policy.axes, outcomes);
-        ASSERT_NEAR(ValueOf(network, decision).GetMatrix()->Subscript(place), utility, 1e-7)
-            << policy.decision << " " << place;
-        ++compared;
-        for (std::size_t i = outcomes.size(); i-- > 0;) {
-          const int handle = network.FindNode(policy.axes[i].c_str());
-          outcomes[i] = (outcomes[i] + 1) % network.NodeAt(handle)->GetNumberOfOutcomes();
-          if (outcomes[i] != 0) {
-            break;
-          }
-        }
-      }
+      compared += Compare(network, policy);
     }
   }
   EXPECT_GT(compared, 1000);
