@@ -31,11 +31,7 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
   [[nodiscard]] int GetSize() const override;
   int RebuildFromNetwork() override;
   int AdoptFrom(QVR_nodeDefinition& other) override;
-  int AddOutcome(const char* name) override;
-  int InsertOutcome(int position, const char* name) override;
-  int RemoveOutcome(int position) override;
   [[nodiscard]] int GetNumberOfOutcomes() const override;
-  int RenameOutcome(int position, const char* name) override;
   int RenameOutcomes(const QVR_stringArray& names) override;
   [[nodiscard]] QVR_stringArray* GetOutcomeNames() override;
   int SetNumberOfOutcomes(const QVR_stringArray& names) override;
@@ -125,7 +121,8 @@ class QVR_ciDefinition : public QVR_nodeDefinition {
   // TakeParents for those that follow each other in the parent list, at least one.
   int AddNeighbours(std::span<const int> parentHandles, int& taken);
   int OpenBlocks(int first, std::span<const int> sizes);
-  int InsertOutcomeAt(int position, const char* name);
+  int InsertOutcomeAt(int position, const char* name) override;
+  int RemoveOutcomeAt(int position) override;
   int ReplaceAllOutcomes(const QVR_idArray& names);
   void AdoptTable(QVR_nodeDefinition& other);
   int AdoptContent(QVR_nodeDefinition& other);

@@ -194,16 +194,6 @@ void QVR_ciDefinition::OwnOutcomeRemoved(int /*position*/) {}
 
 void QVR_ciDefinition::OwnOutcomesReordered(std::span<const int> /*order*/) {}
 
-int QVR_ciDefinition::AddOutcome(const char* name) { return InsertOutcome(GetNumberOfOutcomes(), name); }
-
-int QVR_ciDefinition::InsertOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position > GetNumberOfOutcomes() ? QVR_OUT_OF_RANGE
-                                                          : InsertOutcomeAt(position, name);
-}
-
 int QVR_ciDefinition::InsertOutcomeAt(int position, const char* name) {
   if (int status = TestTableGrowth(ciWeights, 1, std::int64_t{ColumnCount()} + 1); status < 0) {
     return status;
@@ -230,13 +220,7 @@ int QVR_ciDefinition::InsertOutcomeAt(int position, const char* name) {
   return OutcomeAdded(position);
 }
 
-int QVR_ciDefinition::RemoveOutcome(int position) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (GetNumberOfOutcomes() < 3 || position < 0 || position >= GetNumberOfOutcomes()) {
-    return QVR_OUT_OF_RANGE;
-  }
+int QVR_ciDefinition::RemoveOutcomeAt(int position) {
   QVR_Dmatrix reduced;
   if (int status = reduced.Copy(ciWeights); status < 0) {
     return status;
@@ -253,14 +237,6 @@ int QVR_ciDefinition::RemoveOutcome(int position) {
   const int status = OutcomeRemoved(position, outcomeNames);
   CheckConsistency(0);  // the probability of the outcome is lost
   return status;
-}
-
-int QVR_ciDefinition::RenameOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position >= GetNumberOfOutcomes() ? QVR_OUT_OF_RANGE
-                                                           : outcomeNames.SetItem(position, name);
 }
 
 int QVR_ciDefinition::RenameOutcomes(const QVR_stringArray& names) {

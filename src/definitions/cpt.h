@@ -19,11 +19,7 @@ class QVR_cpt : public TabularDefinition {
   [[nodiscard]] const char* GetTypeName() const override;
   int RebuildFromNetwork() override;
   int AdoptFrom(QVR_nodeDefinition& other) override;
-  int AddOutcome(const char* name) override;
-  int InsertOutcome(int position, const char* name) override;
-  int RemoveOutcome(int position) override;
   [[nodiscard]] int GetNumberOfOutcomes() const override;
-  int RenameOutcome(int position, const char* name) override;
   int RenameOutcomes(const QVR_stringArray& names) override;
   [[nodiscard]] QVR_stringArray* GetOutcomeNames() override;
   int SetNumberOfOutcomes(const QVR_stringArray& names) override;
@@ -37,6 +33,7 @@ class QVR_cpt : public TabularDefinition {
   int SetProbabilities(const QVR_doubleArray& array);
 
  protected:
+  int StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) override;
   void AdoptNames(QVR_nodeDefinition& other);
   // What is taken from a source of each class, before all that depends on it is told.
   virtual void AdoptContent(QVR_nodeDefinition& other);
@@ -48,7 +45,8 @@ class QVR_cpt : public TabularDefinition {
   // At least two outcomes, and a uniform table without parents.
   int ResetTable();
   void FillNewRows() override;
-  int InsertOutcomeAt(int position, const char* name);
+  int InsertOutcomeAt(int position, const char* name) override;
+  int RemoveOutcomeAt(int position) override;
   [[nodiscard]] int TestReplacement(int count) const;
   void AdoptTable(QVR_nodeDefinition& other);
   void AdoptUtilities(QVR_nodeDefinition& other);

@@ -7,17 +7,6 @@
 
 namespace qvr {
 
-int QVR_cpt::AddOutcome(const char* name) {
-  return IsReady() ? InsertOutcomeAt(numOutcomes, name) : QVR_OBJECT_NOT_READY;
-}
-
-int QVR_cpt::InsertOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position > numOutcomes ? QVR_OUT_OF_RANGE : InsertOutcomeAt(position, name);
-}
-
 int QVR_cpt::InsertOutcomeAt(int position, const char* name) {
   const int last = table.GetNumDimensions() - 1;
   if (int status = TestTableGrowth(table, last, numOutcomes + 1); status < 0) {
@@ -43,13 +32,7 @@ int QVR_cpt::InsertOutcomeAt(int position, const char* name) {
   return OutcomeAdded(position);
 }
 
-int QVR_cpt::RemoveOutcome(int position) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (numOutcomes <= kLeastOutcomes || position < 0 || position >= numOutcomes) {
-    return QVR_OUT_OF_RANGE;
-  }
+int QVR_cpt::RemoveOutcomeAt(int position) {
   const int last = table.GetNumDimensions() - 1;
   QVR_Dmatrix reduced;
   if (int status = reduced.Copy(table); status < 0) {
@@ -65,13 +48,6 @@ int QVR_cpt::RemoveOutcome(int position) {
   const int status = OutcomeRemoved(position, outcomeNames);
   CheckConsistency(0);  // the probability of the outcome is lost
   return status;
-}
-
-int QVR_cpt::RenameOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position >= numOutcomes ? QVR_OUT_OF_RANGE : outcomeNames.SetItem(position, name);
 }
 
 int QVR_cpt::RenameOutcomes(const QVR_stringArray& names) {
@@ -101,20 +77,32 @@ int QVR_cpt::ReorderOutcomes(const QVR_intArray& order) {
 }
 
 int QVR_cpt::TestReplacement(int count) const {
+  return TestTableGrowth(table, table.GetNumDimensions() - 1, count);
+}
+
+// The new table stands before the old one goes, so that a lack of memory changes nothing.
+int QVR_cpt::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
   const int last = table.GetNumDimensions() - 1;
-  if (int status = TestTableGrowth(table, last, count); status < 0) {
-    return status;
+  if (last < 0 || names.GetNumItems() < kLeastOutcomes) {
+    return TabularDefinition::StartAfresh(ownNames, names);
   }
-  if (last < 0 || count <= table.GetDimension(last)) {
-    return QVR_OKAY;
-  }
-  // Whether there is memory for it is only known by taking it.
   QVR_intArray sizes;
   if (int status = sizes.Assign(table.GetDimensions().Vector()); status < 0) {
     return status;
   }
-  sizes[last] = count;
-  return QVR_Dmatrix().SetDimensions(sizes.Vector());
+  sizes[last] = names.GetNumItems();
+  QVR_Dmatrix fresh;
+  if (int status = fresh.SetDimensions(sizes.Vector()); status < 0) {
+    return status;
+  }
+  if (int status = ownNames.Copy(names); status < 0) {
+    return status;
+  }
+  table.Swap(fresh);
+  numOutcomes = names.GetNumItems();
+  FillNewRows();
+  CheckReady(1);
+  return QVR_OKAY;
 }
 
 int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {

@@ -68,17 +68,6 @@ void QVR_defDchildHparent::ChangeElements(const Change& change) {
   }
 }
 
-int QVR_defDchildHparent::AddOutcome(const char* name) {
-  return IsReady() ? InsertOutcomeAt(numberOfOutcomes, name) : QVR_OBJECT_NOT_READY;
-}
-
-int QVR_defDchildHparent::InsertOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position > numberOfOutcomes ? QVR_OUT_OF_RANGE : InsertOutcomeAt(position, name);
-}
-
 int QVR_defDchildHparent::InsertOutcomeAt(int position, const char* name) {
   if (int status = TestOutcomeGrowth(); status < 0) {
     return status;
@@ -92,25 +81,11 @@ int QVR_defDchildHparent::InsertOutcomeAt(int position, const char* name) {
   return OutcomeAdded(position);
 }
 
-int QVR_defDchildHparent::RemoveOutcome(int position) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (numberOfOutcomes <= kLeastOutcomes || position < 0 || position >= numberOfOutcomes) {
-    return QVR_OUT_OF_RANGE;
-  }
+int QVR_defDchildHparent::RemoveOutcomeAt(int position) {
   RetractEvidence();
   ChangeElements([&](QVR_discreteElement& element) { element.RemoveOutcome(position); });
   --numberOfOutcomes;
   return OutcomeRemoved(position, outcomeNames);
-}
-
-int QVR_defDchildHparent::RenameOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position >= numberOfOutcomes ? QVR_OUT_OF_RANGE
-                                                      : outcomeNames.SetItem(position, name);
 }
 
 int QVR_defDchildHparent::RenameOutcomes(const QVR_stringArray& names) {

@@ -17,11 +17,7 @@ class QVR_defDchildHparent final : public QVR_defHybrid {
   [[nodiscard]] int GetType() const override { return kTypeDChildHParent; }
   [[nodiscard]] const char* GetTypeName() const override { return "DCHILDHPARENT"; }
   int RebuildFromNetwork() override;
-  int AddOutcome(const char* name) override;
-  int InsertOutcome(int position, const char* name) override;
-  int RemoveOutcome(int position) override;
   [[nodiscard]] int GetNumberOfOutcomes() const override { return numberOfOutcomes; }
-  int RenameOutcome(int position, const char* name) override;
   // A name that is refused becomes a generated one.
   int RenameOutcomes(const QVR_stringArray& names) override;
   [[nodiscard]] QVR_stringArray* GetOutcomeNames() override { return &outcomeNames; }
@@ -40,7 +36,8 @@ class QVR_defDchildHparent final : public QVR_defHybrid {
   void ChangeElements(const Change& change);
   // At least two outcomes.
   int CompleteNames();
-  int InsertOutcomeAt(int position, const char* name);
+  int InsertOutcomeAt(int position, const char* name) override;
+  int RemoveOutcomeAt(int position) override;
 
   int numberOfOutcomes = 0;
   QVR_idArray outcomeNames;

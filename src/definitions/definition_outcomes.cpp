@@ -182,6 +182,47 @@ int QVR_nodeDefinition::TellChildren(const std::function<int(QVR_nodeDefinition&
   return result;
 }
 
+int QVR_nodeDefinition::AddOutcome(const char* name) {
+  return InsertOutcome(std::max(0, GetNumberOfOutcomes()), name);
+}
+
+int QVR_nodeDefinition::InsertOutcome(int position, const char* name) {
+  if (int status = TestOutcome(position, GetNumberOfOutcomes() + 1); status < 0) {
+    return status;
+  }
+  return InsertOutcomeAt(position, name);
+}
+
+int QVR_nodeDefinition::RemoveOutcome(int position) {
+  if (int status = TestOutcome(position, GetNumberOfOutcomes()); status < 0) {
+    return status;
+  }
+  return GetNumberOfOutcomes() > kLeastOutcomes ? RemoveOutcomeAt(position) : QVR_OUT_OF_RANGE;
+}
+
+int QVR_nodeDefinition::RenameOutcome(int position, const char* name) {
+  if (int status = TestOutcome(position, GetNumberOfOutcomes()); status < 0) {
+    return status;
+  }
+  return GetOutcomeNames()->SetItem(position, name);
+}
+
+int QVR_nodeDefinition::InsertOutcomeAt(int /*position*/, const char* /*name*/) {
+  return QVR_WRONG_NODE_TYPE;
+}
+
+int QVR_nodeDefinition::RemoveOutcomeAt(int /*position*/) { return QVR_WRONG_NODE_TYPE; }
+
+int QVR_nodeDefinition::TestOutcome(int position, int count) {
+  if (GetOutcomeNames() == nullptr) {
+    return QVR_WRONG_NODE_TYPE;
+  }
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  return position >= 0 && position < count ? QVR_OKAY : QVR_OUT_OF_RANGE;
+}
+
 int QVR_nodeDefinition::OutcomeAdded(int position) {
   ReinitializeValues();
   QVR_node* node = OwnNode();
@@ -278,16 +319,18 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   }
 }
 
+int QVR_nodeDefinition::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
+  CleanUp(1);
+  const int status = ownNames.Copy(names);
+  return status < 0 ? status : RebuildFromNetwork();
+}
+
 int QVR_nodeDefinition::ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names) {
   const int oldCount = GetNumberOfOutcomes();
   if (std::max(2, names.GetNumItems()) != oldCount) {
     RetractEvidence();
   }
-  CleanUp(1);
-  if (int status = ownNames.Copy(names); status < 0) {
-    return status;
-  }
-  const int status = RebuildFromNetwork();
+  const int status = StartAfresh(ownNames, names);
   if (GetNumberOfOutcomes() != oldCount) {
     ReinitializeValues();
   }

@@ -113,18 +113,7 @@ int QVR_list::DropUnsupportedParents() {
   return QVR_OKAY;
 }
 
-int QVR_list::AddOutcome(const char* name) {
-  return IsReady() ? InsertChoice(choiceCount, name) : QVR_OBJECT_NOT_READY;
-}
-
-int QVR_list::InsertOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position > choiceCount ? QVR_OUT_OF_RANGE : InsertChoice(position, name);
-}
-
-int QVR_list::InsertChoice(int position, const char* name) {
+int QVR_list::InsertOutcomeAt(int position, const char* name) {
   if (int status = TestOutcomeGrowth(); status < 0) {
     return status;
   }
@@ -140,26 +129,13 @@ int QVR_list::InsertChoice(int position, const char* name) {
   return OutcomeAdded(position);
 }
 
-int QVR_list::RemoveOutcome(int position) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (choiceCount <= kLeastOutcomes || position < 0 || position >= choiceCount) {
-    return QVR_OUT_OF_RANGE;
-  }
+int QVR_list::RemoveOutcomeAt(int position) {
   RetractEvidence();
   if (HasValueForEachChoice()) {
     choiceValues.Delete(position);
   }
   --choiceCount;
   return OutcomeRemoved(position, choiceNames);
-}
-
-int QVR_list::RenameOutcome(int position, const char* name) {
-  if (!IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  return position < 0 || position >= choiceCount ? QVR_OUT_OF_RANGE : choiceNames.SetItem(position, name);
 }
 
 int QVR_list::RenameOutcomes(const QVR_stringArray& names) {

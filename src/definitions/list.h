@@ -28,11 +28,7 @@ class QVR_list : public QVR_nodeDefinition {
   // Takes names alone. -2 for a multi-attribute utility and for hybrid classes.
   int AdoptFrom(QVR_nodeDefinition& other) override;
   int DropUnsupportedParents() override;  // removes every arc into the node
-  int AddOutcome(const char* name) override;
-  int InsertOutcome(int position, const char* name) override;
-  int RemoveOutcome(int position) override;
   [[nodiscard]] int GetNumberOfOutcomes() const override { return choiceCount; }
-  int RenameOutcome(int position, const char* name) override;
   int RenameOutcomes(const QVR_stringArray& names) override;
   [[nodiscard]] QVR_stringArray* GetOutcomeNames() override { return &choiceNames; }
   // Names that aren't all valid and different count only by their number, which is taken as at least 2.
@@ -52,7 +48,8 @@ class QVR_list : public QVR_nodeDefinition {
  private:
   // Replaces the choices; evidence goes and the value starts afresh, whatever the count.
   int ResetChoices(const QVR_idArray& names);
-  int InsertChoice(int position, const char* name);
+  int InsertOutcomeAt(int position, const char* name) override;
+  int RemoveOutcomeAt(int position) override;
   int AdoptNames(QVR_nodeDefinition& other);
   int FillUpChoices();
   [[nodiscard]] bool HasValueForEachChoice() const { return choiceValues.GetNumItems() == choiceCount; }

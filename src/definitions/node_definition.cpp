@@ -128,15 +128,7 @@ int QVR_nodeDefinition::CheckParentInfluence(int parentIndex, double epsilon, in
   return QVR_OKAY;
 }
 
-int QVR_nodeDefinition::AddOutcome(const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
-
-int QVR_nodeDefinition::InsertOutcome(int /*position*/, const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
-
-int QVR_nodeDefinition::RemoveOutcome(int /*position*/) { return QVR_WRONG_NODE_TYPE; }
-
 int QVR_nodeDefinition::GetNumberOfOutcomes() const { return QVR_WRONG_NODE_TYPE; }
-
-int QVR_nodeDefinition::RenameOutcome(int /*position*/, const char* /*name*/) { return QVR_WRONG_NODE_TYPE; }
 
 int QVR_nodeDefinition::RenameOutcomes(const QVR_stringArray& /*names*/) { return QVR_WRONG_NODE_TYPE; }
 

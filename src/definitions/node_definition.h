@@ -92,6 +92,7 @@ class QVR_nodeDefinition : public QVR_object {
   // isRelevant: 1 if rows of different outcomes of the parent are further apart than epsilon. -2 for a
   // bad index.
   virtual int CheckParentInfluence(int parentIndex, double epsilon, int& isRelevant);
+  // Tested here for all classes with outcomes: -567, -2 for a bad position and below two outcomes.
   virtual int AddOutcome(const char* name);
   virtual int InsertOutcome(int position, const char* name);
   virtual int RemoveOutcome(int position);
@@ -178,6 +179,13 @@ class QVR_nodeDefinition : public QVR_object {
   void RetractEvidence();
   // A fresh value, for another number of outcomes; also the values that this node indexes.
   void ReinitializeValues();
+  // What InsertOutcome and RemoveOutcome do in a class with outcomes, once the arguments are tested.
+  virtual int InsertOutcomeAt(int position, const char* name);
+  virtual int RemoveOutcomeAt(int position);
+  // -51 without outcomes, -567 if not ready, -2 unless 0 <= position < count.
+  int TestOutcome(int position, int count);
+  // Default numbers for these names over the present parents. The base clears the class and rebuilds it.
+  virtual int StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names);
   // What SetNumberOfOutcomes comes down to: the class is cleared, takes these names into its own array, and
   // is rebuilt; values and records follow.
   int ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names);

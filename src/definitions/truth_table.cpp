@@ -61,6 +61,14 @@ int QVR_truthTable::RebuildFromNetwork() {
   return status;
 }
 
+int QVR_truthTable::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
+  const int status = QVR_cpt::StartAfresh(ownNames, names);
+  if (status >= 0) {
+    SetAllRows(0);
+  }
+  return status;
+}
+
 int QVR_truthTable::AddParentOutcome(int parentHandle, int position) {
   const int status = QVR_cpt::AddParentOutcome(parentHandle, position);
   if (status >= 0) {

@@ -32,6 +32,7 @@ class QVR_truthTable : public QVR_cpt {
 
  protected:
   void AdoptContent(QVR_nodeDefinition& other) override;
+  int StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) override;
 
  private:
   void SetAllRows(int outcome);
