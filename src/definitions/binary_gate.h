@@ -60,7 +60,7 @@ class QVR_binaryGate : public QVR_cpt {
   virtual void FillTable(std::span<const int> parentSizes, std::span<double> cells) const = 0;
   void AdoptContent(QVR_nodeDefinition& other) override;
   int StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) override {
-    return QVR_nodeDefinition::StartAfresh(ownNames, names);
+    return ClearAndRebuild(ownNames, names);
   }
 
   // What a constructor does: the names, and numbers and table for the parents that are there.

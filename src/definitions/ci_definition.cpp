@@ -243,21 +243,12 @@ void QVR_ciDefinition::CopyParameters(const QVR_ciDefinition& other) {
 }
 
 int QVR_ciDefinition::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
-    return QVR_OKAY;
-  }
-  CleanUp(1);
-  outcomeNames.SetAllowEmpty(false);
-  QVR_nodeDefinition::AdoptFrom(other);
-  const int status = AdoptContent(other);
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  const int result = NotifyChange(kDefinitionReplaced);
-  return status < 0 ? status : result;
+  return Adopt(other, [&] {
+    CleanUp(1);
+    outcomeNames.SetAllowEmpty(false);
+    QVR_nodeDefinition::AdoptFrom(other);
+    return AdoptContent(other);
+  });
 }
 
 // Whatever isn't taken ends as in a fresh definition over the present parents.

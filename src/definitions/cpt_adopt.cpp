@@ -7,20 +7,13 @@
 namespace qvr {
 
 int QVR_cpt::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
+  return Adopt(other, [&] {
+    CleanUp(1);
+    outcomeNames.SetAllowEmpty(false);
+    QVR_nodeDefinition::AdoptFrom(other);
+    AdoptContent(other);
     return QVR_OKAY;
-  }
-  CleanUp(1);
-  outcomeNames.SetAllowEmpty(false);
-  QVR_nodeDefinition::AdoptFrom(other);
-  AdoptContent(other);
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  return NotifyChange(kDefinitionReplaced);
+  });
 }
 
 // Whatever isn't taken ends as in a fresh definition over the present parents.

@@ -84,7 +84,7 @@ int QVR_cpt::TestReplacement(int count) const {
 int QVR_cpt::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
   const int last = table.GetNumDimensions() - 1;
   if (last < 0 || names.GetNumItems() < kLeastOutcomes) {
-    return TabularDefinition::StartAfresh(ownNames, names);
+    return ClearAndRebuild(ownNames, names);
   }
   QVR_intArray sizes;
   if (int status = sizes.Assign(table.GetDimensions().Vector()); status < 0) {

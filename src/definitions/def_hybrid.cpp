@@ -204,27 +204,19 @@ bool QVR_defHybrid::HasDimensionsOf(const QVR_defHybrid& other) const {
 }
 
 int QVR_defHybrid::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
-    return QVR_OKAY;
-  }
-  const auto* source = other.GetType() == GetType() ? dynamic_cast<const QVR_defHybrid*>(&other) : nullptr;
-  if (source != nullptr) {
-    AdoptContent(*source);
-  } else {
-    ResetContent();
-  }
-  RebuildFromNetwork();
-  if (source != nullptr && HasDimensionsOf(*source)) {
-    elements = ElementTable<QVR_Helement>(source->elements);
-  }
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  const int status = NotifyChange(kDefinitionReplaced);
-  return source != nullptr ? status : QVR_OUT_OF_RANGE;
+  return Adopt(other, [&] {
+    const auto* source = other.GetType() == GetType() ? dynamic_cast<const QVR_defHybrid*>(&other) : nullptr;
+    if (source != nullptr) {
+      AdoptContent(*source);
+    } else {
+      ResetContent();
+    }
+    RebuildFromNetwork();
+    if (source != nullptr && HasDimensionsOf(*source)) {
+      elements = ElementTable<QVR_Helement>(source->elements);
+    }
+    return source != nullptr ? QVR_OKAY : QVR_OUT_OF_RANGE;
+  });
 }
 
 int QVR_defHybrid::SetElement(const QVR_intArray& coordinates, std::unique_ptr<QVR_Helement>& element) {

@@ -319,7 +319,26 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   }
 }
 
+int QVR_nodeDefinition::Adopt(QVR_nodeDefinition& other, const std::function<int()>& takeOver) {
+  if (!other.IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (&other == this) {
+    return QVR_OKAY;
+  }
+  const int status = takeOver();
+  OutcomesAdopted();
+  CheckReady(1);
+  CheckConsistency(1);
+  const int result = NotifyChange(kDefinitionReplaced);
+  return status < 0 ? status : result;
+}
+
 int QVR_nodeDefinition::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
+  return ClearAndRebuild(ownNames, names);
+}
+
+int QVR_nodeDefinition::ClearAndRebuild(QVR_idArray& ownNames, const QVR_idArray& names) {
   CleanUp(1);
   const int status = ownNames.Copy(names);
   return status < 0 ? status : RebuildFromNetwork();

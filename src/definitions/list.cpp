@@ -79,21 +79,13 @@ int QVR_list::RebuildFromNetwork() {
 }
 
 int QVR_list::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
-    return QVR_OKAY;
-  }
-  CleanUp(1);
-  QVR_nodeDefinition::AdoptFrom(other);
-  const int status = AdoptNames(other);
-  RebuildFromNetwork();
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  NotifyChange(kDefinitionReplaced);
-  return status;
+  return Adopt(other, [&] {
+    CleanUp(1);
+    QVR_nodeDefinition::AdoptFrom(other);
+    const int status = AdoptNames(other);
+    RebuildFromNetwork();
+    return status;
+  });
 }
 
 int QVR_list::AdoptNames(QVR_nodeDefinition& other) {

@@ -58,20 +58,11 @@ int QVR_mau::RebuildFromNetwork() {
 }
 
 int QVR_mau::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
-    return QVR_OKAY;
-  }
-  QVR_nodeDefinition::AdoptFrom(other);
-  RebuildFromNetwork();
-  const int status = other.ExpandInto(*this);
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  NotifyChange(kDefinitionReplaced);
-  return status;
+  return Adopt(other, [&] {
+    QVR_nodeDefinition::AdoptFrom(other);
+    RebuildFromNetwork();
+    return other.ExpandInto(*this);
+  });
 }
 
 // Formulas name their parents, so for them these have to be the same as well.

@@ -184,8 +184,13 @@ class QVR_nodeDefinition : public QVR_object {
   virtual int RemoveOutcomeAt(int position);
   // -51 without outcomes, -567 if not ready, -2 unless 0 <= position < count.
   int TestOutcome(int position, int count);
-  // Default numbers for these names over the present parents. The base clears the class and rebuilds it.
+  // The frame of AdoptFrom: the tests before and the news after what a class takes over. Gives the code of
+  // `takeOver`, or else that of the news.
+  int Adopt(QVR_nodeDefinition& other, const std::function<int()>& takeOver);
+  // Default numbers for these names over the present parents.
   virtual int StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names);
+  // The same by clearing the class and rebuilding it.
+  int ClearAndRebuild(QVR_idArray& ownNames, const QVR_idArray& names);
   // What SetNumberOfOutcomes comes down to: the class is cleared, takes these names into its own array, and
   // is rebuilt; values and records follow.
   int ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names);

@@ -39,21 +39,12 @@ int QVR_table::RebuildFromNetwork() {
 }
 
 int QVR_table::AdoptFrom(QVR_nodeDefinition& other) {
-  if (!other.IsReady()) {
-    return QVR_OBJECT_NOT_READY;
-  }
-  if (&other == this) {
-    return QVR_OKAY;
-  }
-  CleanUp(1);
-  QVR_nodeDefinition::AdoptFrom(other);
-  RebuildFromNetwork();
-  const int status = AdoptContent(other);
-  OutcomesAdopted();
-  CheckReady(1);
-  CheckConsistency(1);
-  NotifyChange(kDefinitionReplaced);
-  return status;
+  return Adopt(other, [&] {
+    CleanUp(1);
+    QVR_nodeDefinition::AdoptFrom(other);
+    RebuildFromNetwork();
+    return AdoptContent(other);
+  });
 }
 
 int QVR_table::AdoptContent(QVR_nodeDefinition& other) {
