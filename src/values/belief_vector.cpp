@@ -1,6 +1,5 @@
 #include "values/belief_vector.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <utility>
@@ -40,23 +39,17 @@ void ScaleToSumOne(std::vector<double>& numbers) {
 }  // namespace
 
 QVR_beliefVector::QVR_beliefVector(QVR_network* newNetwork, int newHandle)
-    : QVR_nodeValue(newNetwork, newHandle) {
+    : OutcomeValue(newNetwork, newHandle) {
   SetReady(QVR_beliefVector::Reinitialize() >= 0);
 }
 
 QVR_beliefVector::QVR_beliefVector(const QVR_beliefVector& other)
-    : QVR_nodeValue(other),
-      table(other.table),
-      evidence(other.evidence),
+    : OutcomeValue(other),
       virtualEvidence(other.virtualEvidence ? std::make_unique<std::vector<double>>(*other.virtualEvidence)
                                             : nullptr) {}
 
 void QVR_beliefVector::CleanUp(int deep) {
-  QVR_nodeValue::CleanUp(deep);
-  if (deep != 0) {
-    table.CleanUp();
-  }
-  evidence = 0;
+  OutcomeValue::CleanUp(deep);
   virtualEvidence.reset();
 }
 
@@ -117,8 +110,6 @@ void QVR_beliefVector::AdoptBeliefs(QVR_beliefVector& other) {
   }
 }
 
-int QVR_beliefVector::GetEvidence() const { return HasEvidence() ? evidence : QVR_OUT_OF_RANGE; }
-
 int QVR_beliefVector::SetEvidence(int outcome) {
   if (HasRealEvidence()) {
     ClearEvidence();
@@ -134,13 +125,7 @@ int QVR_beliefVector::SetEvidence(int outcome) {
     }
     return status;
   }
-  ClearFlags(kValuePropagatedEvidence);
-  RaiseFlags(kValueEvidence);
-  const int status = network->EvidenceSet(handle);
-  if (status < 0) {
-    ClearEvidence();
-  }
-  return status;
+  return EnterEvidence();
 }
 
 int QVR_beliefVector::SetValueToEvidence(int outcome) {
@@ -179,14 +164,6 @@ int QVR_beliefVector::ClearEvidence() {
   return QVR_OKAY;
 }
 
-int QVR_beliefVector::ClearPropagatedEvidence() {
-  if ((GetFlags() & kValuePropagatedEvidence) == 0) {
-    return QVR_OUT_OF_RANGE;
-  }
-  ClearFlags(kValuePropagatedEvidence | kValueValid);
-  return QVR_OKAY;
-}
-
 int QVR_beliefVector::SetPropagatedEvidence(int outcome) {
   if (HasEvidence()) {
     return QVR_OUT_OF_RANGE;
@@ -222,24 +199,13 @@ void QVR_beliefVector::StoreLikelihoods(std::vector<double> likelihoods) {
   RaiseFlags(kValueVirtualEvidence);
 }
 
-int QVR_beliefVector::GetValueMatrix(QVR_Dmatrix*& out) {
-  out = &table;
-  return QVR_OKAY;
-}
-
-int QVR_beliefVector::SetValueMatrix(const QVR_Dmatrix& matrix) { return table.Copy(matrix); }
-
 int QVR_beliefVector::ReorderOutcomes(const QVR_intArray& order) {
-  if (int status = table.PermuteItems(table.GetNumDimensions() - 1, order); status < 0) {
+  if (int status = OutcomeValue::ReorderOutcomes(order); status < 0) {
     return status;
-  }
-  const std::span<const int> places = order.View();
-  if (HasEvidence()) {
-    evidence = static_cast<int>(std::find(places.begin(), places.end(), evidence) - places.begin());
   }
   if (virtualEvidence) {
     std::vector<double> permuted;
-    for (int old : places) {
+    for (int old : order.View()) {
       permuted.push_back((*virtualEvidence)[static_cast<std::size_t>(old)]);
     }
     virtualEvidence->swap(permuted);

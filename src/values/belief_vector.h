@@ -5,11 +5,11 @@
 #include <memory>
 #include <vector>
 
-#include "values/node_value.h"
+#include "values/outcome_value.h"
 
 namespace qvr {
 
-class QVR_beliefVector : public QVR_nodeValue {
+class QVR_beliefVector : public OutcomeValue {
  public:
   QVR_beliefVector(QVR_network* newNetwork, int newHandle);
   QVR_beliefVector(const QVR_beliefVector& other);  // deep clone; nobody is told
@@ -19,15 +19,11 @@ class QVR_beliefVector : public QVR_nodeValue {
   int AdoptValue(QVR_nodeValue& other) override;
   int Reinitialize() override;
   [[nodiscard]] int GetValueType() const override { return kValueBeliefVector; }
-  [[nodiscard]] int GetEvidence() const override;
   int SetEvidence(int outcome) override;
   int ClearEvidence() override;
-  int ClearPropagatedEvidence() override;
   int SetPropagatedEvidence(int outcome) override;
   int GetVirtualEvidence(QVR_doubleArray& out) const override;
   int SetVirtualEvidence(const QVR_doubleArray& likelihoods) override;
-  int GetValueMatrix(QVR_Dmatrix*& out) override;
-  int SetValueMatrix(const QVR_Dmatrix& matrix) override;
   int ReorderOutcomes(const QVR_intArray& order) override;
 
  private:
@@ -37,8 +33,6 @@ class QVR_beliefVector : public QVR_nodeValue {
   // Another belief vector's table, evidence and likelihoods, as far as they fit the outcomes.
   void AdoptBeliefs(QVR_beliefVector& other);
 
-  QVR_Dmatrix table;  // the indexing parents' outcome counts, then the node's own
-  int evidence = 0;   // the outcome, while valueFlags has a bit of kValueAnyEvidence
   std::unique_ptr<std::vector<double>> virtualEvidence;  // one likelihood for each outcome, or null
 };
 

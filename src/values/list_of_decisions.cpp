@@ -1,6 +1,5 @@
 #include "values/list_of_decisions.h"
 
-#include <algorithm>
 #include <array>
 
 #include "model/network.h"
@@ -8,16 +7,8 @@
 namespace qvr {
 
 QVR_listOfDecisions::QVR_listOfDecisions(QVR_network* newNetwork, int newHandle)
-    : QVR_nodeValue(newNetwork, newHandle) {
+    : OutcomeValue(newNetwork, newHandle) {
   SetReady(QVR_listOfDecisions::Reinitialize() >= 0);
-}
-
-void QVR_listOfDecisions::CleanUp(int deep) {
-  QVR_nodeValue::CleanUp(deep);
-  if (deep != 0) {
-    table.CleanUp();
-  }
-  evidence = 0;
 }
 
 int QVR_listOfDecisions::Reinitialize() {
@@ -61,8 +52,6 @@ int QVR_listOfDecisions::AdoptValue(QVR_nodeValue& other) {
   return QVR_OKAY;
 }
 
-int QVR_listOfDecisions::GetEvidence() const { return HasEvidence() ? evidence : QVR_OUT_OF_RANGE; }
-
 int QVR_listOfDecisions::SetEvidence(int outcome) {
   if (HasRealEvidence()) {
     ClearEvidence();
@@ -73,13 +62,7 @@ int QVR_listOfDecisions::SetEvidence(int outcome) {
   if (const int status = SetValueToEvidence(outcome); status < 0) {
     return status == QVR_OUT_OF_MEMORY ? status : QVR_OKAY;
   }
-  ClearFlags(kValuePropagatedEvidence);
-  RaiseFlags(kValueEvidence);
-  const int status = network->EvidenceSet(handle);
-  if (status < 0) {
-    ClearEvidence();
-  }
-  return status;
+  return EnterEvidence();
 }
 
 int QVR_listOfDecisions::SetValueToEvidence(int outcome) {
@@ -105,38 +88,12 @@ int QVR_listOfDecisions::ClearEvidence() {
   return QVR_OKAY;
 }
 
-int QVR_listOfDecisions::ClearPropagatedEvidence() {
-  if ((GetFlags() & kValuePropagatedEvidence) == 0) {
-    return QVR_OUT_OF_RANGE;
-  }
-  ClearFlags(kValuePropagatedEvidence | kValueValid);
-  return QVR_OKAY;
-}
-
 int QVR_listOfDecisions::SetPropagatedEvidence(int outcome) {
   if (HasEvidence()) {
     return QVR_OUT_OF_RANGE;
   }
   if (SetValueToEvidence(outcome) >= 0) {
     RaiseFlags(kValuePropagatedEvidence);
-  }
-  return QVR_OKAY;
-}
-
-int QVR_listOfDecisions::GetValueMatrix(QVR_Dmatrix*& out) {
-  out = &table;
-  return QVR_OKAY;
-}
-
-int QVR_listOfDecisions::SetValueMatrix(const QVR_Dmatrix& matrix) { return table.Copy(matrix); }
-
-int QVR_listOfDecisions::ReorderOutcomes(const QVR_intArray& order) {
-  if (int status = table.PermuteItems(table.GetNumDimensions() - 1, order); status < 0) {
-    return status;
-  }
-  if (HasEvidence()) {
-    const std::span<const int> places = order.View();
-    evidence = static_cast<int>(std::find(places.begin(), places.end(), evidence) - places.begin());
   }
   return QVR_OKAY;
 }

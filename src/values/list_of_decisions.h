@@ -2,38 +2,29 @@
 #ifndef QVR_VALUES_LIST_OF_DECISIONS_H
 #define QVR_VALUES_LIST_OF_DECISIONS_H
 
-#include "values/node_value.h"
+#include "values/outcome_value.h"
 
 namespace qvr {
 
 // Evidence is the choice made, and leaves the table alone. Unlike that of a belief vector it isn't refused
 // for an outcome that there isn't: such a call gives 0 and leaves no evidence.
-class QVR_listOfDecisions : public QVR_nodeValue {
+class QVR_listOfDecisions : public OutcomeValue {
  public:
   QVR_listOfDecisions(QVR_network* newNetwork, int newHandle);
   QVR_listOfDecisions(const QVR_listOfDecisions& other) = default;  // deep clone; nobody is told
 
-  void CleanUp(int deep) override;
   int Assign(QVR_nodeValue& other) override;
   // Takes the table of its own class, and evidence of any class with outcomes, if their number fits.
   int AdoptValue(QVR_nodeValue& other) override;
   int Reinitialize() override;
   [[nodiscard]] int GetValueType() const override { return kValueListOfDecisions; }
-  [[nodiscard]] int GetEvidence() const override;
   int SetEvidence(int outcome) override;  // -2 in conflict with a deduction
   int ClearEvidence() override;
-  int ClearPropagatedEvidence() override;
   int SetPropagatedEvidence(int outcome) override;  // -2 if there is evidence
-  int GetValueMatrix(QVR_Dmatrix*& out) override;
-  int SetValueMatrix(const QVR_Dmatrix& matrix) override;
-  int ReorderOutcomes(const QVR_intArray& order) override;
   int DropIndexingParents() override;
 
  private:
   int SetValueToEvidence(int outcome);
-
-  QVR_Dmatrix table;  // the indexing parents' outcome counts, then the node's own
-  int evidence = 0;   // the outcome, while valueFlags has a bit of kValueAnyEvidence
 };
 
 }  // namespace qvr
