@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cmath>
 #include <new>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 
@@ -38,23 +39,14 @@ void ReportZeros(const QVR_node& node) {
 
 // The normalised marginal becomes the node's value. False for a marginal that sums to zero or to no number;
 // the value is then invalid, so that nobody takes an old result for this update's.
-bool StorePosterior(QVR_node& node, std::span<const double> marginal) {
-  double total = 0.0;
-  for (const double cell : marginal) {
-    total += cell;
-  }
+bool StorePosterior(const RelevanceNode& record, std::span<const double> marginal) {
+  const double total = std::accumulate(marginal.begin(), marginal.end(), 0.0);
   if (!(total > 0.0 && std::isfinite(total))) {
-    node.value->SetValueInvalid();
+    record.node->value->SetValueInvalid();
     return false;
   }
-  if (node.value->ShapeAsVector(static_cast<int>(marginal.size())) < 0) {
-    throw std::bad_alloc();
-  }
-  const std::span<double> posterior = node.value->GetMatrix()->GetItems().Vector();
-  for (std::size_t outcome = 0; outcome < marginal.size(); ++outcome) {
-    posterior[outcome] = marginal[outcome] / total;
-  }
-  node.value->SetValueValid();
+  WritePosterior(record, marginal, total);
+  MarkValid(record);
   return true;
 }
 
@@ -94,9 +86,9 @@ int WritePosteriors(const RelevanceComponent& component, const Workspace& work) 
     for (int i = work.tree.posteriors.start[at]; i < work.tree.posteriors.start[at + 1]; ++i) {
       const auto place = static_cast<std::size_t>(i);
       const auto position = static_cast<std::size_t>(work.tree.posteriors.items[place]);
-      QVR_node* node = component.nodes[position]->node;
-      if (work.wanted[position] != 0 && !StorePosterior(*node, work.propagation.Marginal(place))) {
-        ReportZeros(*node);
+      const RelevanceNode& record = *component.nodes[position];
+      if (work.wanted[position] != 0 && !StorePosterior(record, work.propagation.Marginal(place))) {
+        ReportZeros(*record.node);
         ++zeros;
       }
     }

@@ -68,6 +68,12 @@ class ComponentList {
 // Whether solvers may write into the record's value: temporary records have none, and that of a decision
 // belongs to the decision solvers.
 [[nodiscard]] bool HoldsPosterior(const RelevanceNode& record);
+// These pass over records that hold no posterior. Writing throws std::bad_alloc.
+// The numbers divided by `total` become the record's value; its flags stay.
+void WritePosterior(const RelevanceNode& record, std::span<const double> numbers, double total);
+// An observed record's outcome becomes its value; its flags stay.
+void WriteCertainty(const RelevanceNode& record);
+void MarkValid(const RelevanceNode& record);
 // The record's table becomes the node's value, entry for entry, and the value valid.
 void ApplySingleNodeComponent(const RelevanceNode& record);
 // Fixes the record at an outcome; its value becomes that outcome's certainty, valid. -2 out of range.

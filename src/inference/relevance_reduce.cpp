@@ -253,41 +253,6 @@ int RelevanceReduce(QVR_network& network, bool absorbRoots, bool useDeterminism,
   return FetchTables(out.components);
 }
 
-bool HoldsPosterior(const RelevanceNode& record) {
-  return record.node != nullptr && record.node->GetType() != kTypeList;
-}
-
-void ApplySingleNodeComponent(const RelevanceNode& record) {
-  if (!HoldsPosterior(record)) {
-    return;
-  }
-  QVR_nodeValue& value = *record.node->value;
-  QVR_Dmatrix* matrix = value.ShapeAsVector(record.outcomeCount) < 0 ? nullptr : value.GetMatrix();
-  if (matrix != nullptr) {
-    matrix->GetItems().CopyPrefix(record.table->GetItems());
-    value.SetValueValid();
-  }
-}
-
-int ApplyEvidenceToValue(RelevanceNode& record, int outcome) {
-  if (outcome < 0 || outcome >= record.outcomeCount) {
-    return QVR_OUT_OF_RANGE;
-  }
-  record.evidence = outcome;
-  if (!HoldsPosterior(record)) {
-    return QVR_OKAY;
-  }
-  QVR_nodeValue& value = *record.node->value;
-  QVR_Dmatrix* matrix = value.ShapeAsVector(record.outcomeCount) < 0 ? nullptr : value.GetMatrix();
-  if (matrix == nullptr) {
-    return QVR_OUT_OF_MEMORY;
-  }
-  matrix->Fill(0.0);
-  matrix->Subscript(outcome) = 1.0;
-  value.SetValueValid();
-  return QVR_OKAY;
-}
-
 void SortTopologically(std::span<RelevanceNode* const> starts, std::vector<RelevanceNode*>& out) {
   for (RelevanceNode* record : starts) {
     record->mark = kMarkNone;

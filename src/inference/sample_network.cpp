@@ -49,31 +49,6 @@ std::span<double> MakeCells(QVR_Dmatrix& block, std::size_t count) {
   return block.GetItems().Vector();
 }
 
-void WritePosterior(const RelevanceNode& record, std::span<const double> numbers, double total) {
-  if (!HoldsPosterior(record)) {
-    return;
-  }
-  QVR_nodeValue& value = *record.node->value;
-  if (value.ShapeAsVector(static_cast<int>(numbers.size())) < 0) {
-    throw std::bad_alloc();
-  }
-  const std::span<double> posterior = value.GetMatrix()->GetItems().Vector();
-  std::transform(numbers.begin(), numbers.end(), posterior.begin(),
-                 [total](double number) { return number / total; });
-}
-
-void WriteCertainty(const RelevanceNode& record) {
-  std::vector<double> certainty(static_cast<std::size_t>(record.outcomeCount), 0.0);
-  certainty[static_cast<std::size_t>(record.evidence)] = 1;
-  WritePosterior(record, certainty, 1);
-}
-
-void MarkValid(const RelevanceNode& record) {
-  if (HoldsPosterior(record)) {
-    record.node->value->SetValueValid();
-  }
-}
-
 int ReportNoSamples() {
   return GetErrorLog().Log(QVR_NO_SAMPLES, "No useful samples have been generated for some of nodes.");
 }

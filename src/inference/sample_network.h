@@ -62,12 +62,6 @@ struct SampleNet {
 // Makes `block` that many cells of 0.0. Throws std::bad_alloc, also beyond the memory that matrices may hold.
 std::span<double> MakeCells(QVR_Dmatrix& block, std::size_t count);
 
-// These pass over records that hold no posterior. Writing throws std::bad_alloc.
-// The numbers divided by `total` become the record's value; its flags stay.
-void WritePosterior(const RelevanceNode& record, std::span<const double> numbers, double total);
-// An observed record's outcome becomes its value; its flags stay.
-void WriteCertainty(const RelevanceNode& record);
-void MarkValid(const RelevanceNode& record);
 // Logs that no sample of a component was useful. Returns -5.
 int ReportNoSamples();
 
