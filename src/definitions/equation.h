@@ -61,6 +61,9 @@ class QVR_equation final : public EquationDefinition {
   // no explicit form or a parent is of another type, -42. Samples out of bounds are logged as -4, with the
   // result 0. Follows the network's discSamples and discAvoidZero.
   int Discretize(std::uint32_t seed, std::vector<std::vector<float>>* perConfigValues);
+  // The same table for present evidence alone: an observed parent without intervals is fixed at its number.
+  // Nothing is kept. Codes as above.
+  int DiscretizeGivenEvidence(std::uint32_t seed, QVR_Dmatrix& table);
   // The table as it was last made; null since anything changed that it was made from.
   [[nodiscard]] const QVR_Dmatrix* GetDiscretized() const { return discretized.get(); }
 

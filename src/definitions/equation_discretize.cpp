@@ -36,10 +36,16 @@ struct Outliers {
   }
 };
 
+// What an observed parent without intervals is.
+enum class ObservedParents { DrawnAsOthers, Fixed };
+
 class Discretization {
  public:
-  Discretization(QVR_network& newNetwork, QVR_equation& newTarget)
-      : network(newNetwork), target(newTarget), sampleCount(std::max(0, newNetwork.discSamples)) {
+  Discretization(QVR_network& newNetwork, QVR_equation& newTarget, ObservedParents newObservedParents)
+      : network(newNetwork),
+        target(newTarget),
+        observedParents(newObservedParents),
+        sampleCount(std::max(0, newNetwork.discSamples)) {
     for (const DiscretizationInterval& interval : target.GetDiscIntervals()) {
       innerBounds.push_back(interval.upperBound);
     }
@@ -62,6 +68,7 @@ class Discretization {
 
   QVR_network& network;
   QVR_equation& target;
+  ObservedParents observedParents;
   int sampleCount;
   ValueTable values;
   std::vector<DrawnParent> drawn;
@@ -87,6 +94,8 @@ int Discretization::AddParent(int parent) {
   if (intervalCount > 0) {
     withIntervals.push_back(drawn.size());
     sizes.push_back(intervalCount);
+  } else if (observedParents == ObservedParents::Fixed && node.value && node.value->HasRealEvidence()) {
+    return node.value->GetDouble(values[slot]);
   } else if (definition->GetEquation().hasSingleVariable) {
     const QVR_expression* form = definition->GetSolved();
     if (form == nullptr) {
@@ -216,6 +225,26 @@ void Discretization::Report() const {
   GetErrorLog().Log(QVR_WRONG_SIZE, text);
 }
 
+int MakeTable(QVR_network& network, QVR_equation& target, ObservedParents observedParents, std::uint32_t seed,
+              QVR_Dmatrix& table, std::vector<std::vector<float>>* perConfigValues) {
+  try {
+    Discretization run(network, target, observedParents);
+    if (int status = run.Prepare(table); status < 0) {
+      return status;
+    }
+    if (int status = run.Fill(seed, table, perConfigValues); status < 0) {
+      return status;
+    }
+    run.Report();
+  } catch (const std::bad_alloc&) {
+    if (perConfigValues != nullptr) {
+      perConfigValues->clear();
+    }
+    return QVR_OUT_OF_MEMORY;
+  }
+  return QVR_OKAY;
+}
+
 }  // namespace
 
 int QVR_equation::Discretize(std::uint32_t seed, std::vector<std::vector<float>>* perConfigValues) {
@@ -226,24 +255,26 @@ int QVR_equation::Discretize(std::uint32_t seed, std::vector<std::vector<float>>
     return QVR_OUT_OF_RANGE;
   }
   discretized.reset();
-  try {
-    Discretization run(*network, *this);
-    auto table = std::make_unique<QVR_Dmatrix>();
-    if (int status = run.Prepare(*table); status < 0) {
-      return status;
-    }
-    if (int status = run.Fill(seed, *table, perConfigValues); status < 0) {
-      return status;
-    }
-    run.Report();
-    discretized = std::move(table);
-  } catch (const std::bad_alloc&) {
-    if (perConfigValues != nullptr) {
-      perConfigValues->clear();
-    }
+  std::unique_ptr<QVR_Dmatrix> table(new (std::nothrow) QVR_Dmatrix);
+  if (!table) {
     return QVR_OUT_OF_MEMORY;
   }
-  return QVR_OKAY;
+  const int status =
+      MakeTable(*network, *this, ObservedParents::DrawnAsOthers, seed, *table, perConfigValues);
+  if (status >= 0) {
+    discretized = std::move(table);
+  }
+  return status;
+}
+
+int QVR_equation::DiscretizeGivenEvidence(std::uint32_t seed, QVR_Dmatrix& table) {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  if (intervals.empty()) {
+    return QVR_OUT_OF_RANGE;
+  }
+  return MakeTable(*network, *this, ObservedParents::Fixed, seed, table, nullptr);
 }
 
 }  // namespace qvr
