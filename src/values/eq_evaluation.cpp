@@ -127,6 +127,15 @@ void QVR_valEqEvaluation::ComputeStatistics() {
   exact = 1;
 }
 
+void QVR_valEqEvaluation::SetExactNumber(double number) {
+  samples.clear();
+  discretePosterior.clear();
+  mean = minimum = maximum = number;
+  stdDeviation = 0.0;
+  exact = 1;
+  SetValueValid();
+}
+
 int QVR_valEqEvaluation::SetWeightedSamples(std::vector<WeightedSample> pairs) {
   samples = std::move(pairs);
   discretePosterior.clear();

@@ -10,7 +10,7 @@
 namespace qvr {
 
 // Evidence is a number. A solver fills the value by PrepareSamples, AddSample for each and FinishSamples, or
-// by one of SetWeightedSamples and SetDiscretePosterior; in between it isn't valid.
+// by one of SetExactNumber, SetWeightedSamples and SetDiscretePosterior; in between it isn't valid.
 class QVR_valEqEvaluation : public QVR_nodeValue {
  public:
   static constexpr int kMaxSamples = 268'435'455;
@@ -36,6 +36,8 @@ class QVR_valEqEvaluation : public QVR_nodeValue {
   // Mean, deviation and range of those samples that are finite; weights play no part. What can't be said of
   // so few is not a number.
   void ComputeStatistics();
+  // The result is this number, without samples.
+  void SetExactNumber(double number);
   // Keeps the samples and their weighted mean; weights that are all 0 become 1. -2 for none, which empties
   // the results.
   int SetWeightedSamples(std::vector<WeightedSample> pairs);
