@@ -10,6 +10,10 @@ class QVR_network;
 [[nodiscard]] int RunCooperSolver(QVR_network& network);
 // decision/: the best choice of the first open decision. Returns as ShachterSolver::Solve.
 [[nodiscard]] int RunShachterSolver(QVR_network& network);
+// hybrid/: equations whose evidence stands on roots. Returns as EquationSolver::Run.
+[[nodiscard]] int RunEquationSolver(QVR_network& network);
+// hybrid/: equations cut into intervals. Returns as DiscretizedSolver::Run.
+[[nodiscard]] int RunDiscretizedSolver(QVR_network& network);
 
 }  // namespace qvr
 

@@ -2,6 +2,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "definitions/equation.h"
 #include "inference/solver_entries.h"
 #include "inference/solver_runs.h"
 #include "inference/virtual_evidence_guard.h"
@@ -71,14 +72,52 @@ SolverFamily ChooseFamily(const NodeKinds& kinds) {
 
 int Refuse(const char* reason) { return GetErrorLog().Log(QVR_OUT_OF_RANGE, reason); }
 
-int SolveEquations(const QVR_network& network) {
+// Nothing of an earlier update shows through.
+void ForgetResults(QVR_network& network) {
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
-    const int type = network.NodeAt(handle)->GetType();
-    if (type != kTypeNone && type != kTypeEquation && type != kTypeEquationScc) {
-      return Refuse("Unable to handle hybrid networks with equation solver.");
+    QVR_nodeValue* value = network.NodeAt(handle)->value.get();
+    if (value == nullptr) {
+      continue;
+    }
+    value->ClearPropagatedEvidence();
+    if (!value->HasEvidence()) {
+      value->SetValueInvalid();
     }
   }
-  return Refuse("The solver for equations isn't built in.");
+}
+
+bool HasEvidenceBelowRoots(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const QVR_nodeValue* value = network.NodeAt(handle)->value.get();
+    if (value != nullptr && value->HasRealEvidence() && network.GetNumberOfParents(handle) > 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool HasIntervals(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const auto* equation = dynamic_cast<const QVR_equation*>(network.NodeAt(handle)->definition.get());
+    if (equation != nullptr && !equation->GetDiscIntervals().empty()) {
+      return true;
+    }
+  }
+  return false;
+}
+
+int RunEquationFamily(QVR_network& network) {
+  ForgetResults(network);
+  if (network.discretize != 0) {
+    return HasIntervals(network)
+               ? RunDiscretizedSolver(network)
+               : GetErrorLog().Log(QVR_WRONG_NODE_TYPE,
+                                   "At least one node with discretization intervals is required.");
+  }
+  if (HasEvidenceBelowRoots(network)) {
+    return Refuse("The solver for hybrid networks isn't built in.");
+  }
+  return RunEquationSolver(network);
 }
 
 int Solve(QVR_network& network) {
@@ -90,7 +129,7 @@ int Solve(QVR_network& network) {
     case SolverFamily::Decision:
       return network.SolveDecisions();
     case SolverFamily::Equation:
-      return SolveEquations(network);
+      return network.SolveEquations();
     case SolverFamily::Hybrid:
       return Refuse("The solver for hybrid networks isn't built in.");
     case SolverFamily::Discrete:
@@ -187,6 +226,8 @@ int WithoutExceptions(int (*solve)(QVR_network&), QVR_network& network) {
 int QVR_network::UpdateBeliefs() { return WithoutExceptions(Solve, *this); }
 
 int QVR_network::SolveDecisions() { return WithoutExceptions(RunDecisionSolver, *this); }
+
+int QVR_network::SolveEquations() { return WithoutExceptions(RunEquationFamily, *this); }
 
 int QVR_network::SolveDiscrete() { return WithoutExceptions(SolveWithVirtualEvidence, *this); }
 

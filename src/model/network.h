@@ -166,6 +166,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int SolveDecisions();
   // The discrete solver that beliefAlgorithm names.
   int SolveDiscrete();
+  // The solver of equation nodes that evidence and `discretize` ask for: see inference/solver_entries.h.
+  int SolveEquations();
 
   // What the table, the lists, the counts, the index and the shapes of definitions, values and costs have
   // to agree on: the first disagreement in words, or an empty text.

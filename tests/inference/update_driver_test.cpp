@@ -42,13 +42,10 @@ struct RefusalCase {
 };
 
 TEST(UpdateDriver, NamesTheSolverThatIsMissing) {
-  constexpr const char* kEquation = "The solver for equations isn't built in.";
   constexpr const char* kHybrid = "The solver for hybrid networks isn't built in.";
   constexpr const char* kMixedDecision = "Unable to handle hybrid networks in influence diagrams.";
   constexpr const char* kMixedEquation = "Unable to handle hybrid networks with equation solver.";
   const RefusalCase cases[] = {
-      {{kTypeEquation}, kEquation},
-      {{kTypeEquationScc, kTypeEquation}, kEquation},
       {{kTypeDistribution, kTypeEquation}, kMixedEquation},
       {{kTypeEquation, kTypeCpt}, kMixedEquation},
       {{kTypeDChildHParent, kTypeCpt}, kHybrid},

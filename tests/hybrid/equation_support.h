@@ -1,0 +1,48 @@
+// Short verbs of the tests of equation networks.
+#ifndef QVR_HYBRID_EQUATION_SUPPORT_H
+#define QVR_HYBRID_EQUATION_SUPPORT_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "definitions/equation.h"
+#include "definitions/equation_scc.h"
+#include "support/network_builder.h"
+#include "values/eq_evaluation.h"
+
+namespace qvr {
+
+inline QVR_valEqEvaluation& EquationValueOf(QVR_network& network, int handle) {
+  return dynamic_cast<QVR_valEqEvaluation&>(ValueOf(network, handle));
+}
+
+inline QVR_equation& EquationOf(QVR_network& network, int handle) {
+  return dynamic_cast<QVR_equation&>(*network.NodeAt(handle)->definition);
+}
+
+// Intervals of equal width from the first of these bounds to the last.
+inline int CutEvenly(QVR_network& network, int handle, double lower, double upper, int count) {
+  EquationOf(network, handle).SetBounds(lower, upper);
+  std::vector<DiscretizationInterval> intervals;
+  for (int i = 1; i <= count; ++i) {
+    intervals.push_back({"i" + std::to_string(i), lower + (upper - lower) * i / count});
+  }
+  return EquationOf(network, handle).SetDiscIntervals(intervals);
+}
+
+// A node of a simultaneous set with these other unknowns; its parents, by handle, come first.
+inline int AddUnknown(QVR_network& network, const char* id, const char* text,
+                      const std::vector<std::string>& others, const std::vector<int>& parents = {}) {
+  const int handle = network.AddNode(kTypeEquationScc, id);
+  auto& definition = dynamic_cast<QVR_equationSCC&>(*network.NodeAt(handle)->definition);
+  for (const std::string& name : others) {
+    definition.sccVariables[name] = 0.0;
+  }
+  const int status = network.AddArcs(parents, handle);
+  return status < 0 || definition.SetEquation(text) < 0 ? -1 : handle;
+}
+
+}  // namespace qvr
+
+#endif
