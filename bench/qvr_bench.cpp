@@ -1,6 +1,6 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what samples, canonical nodes, formulas and influence diagrams cost. Every network runs in a child process,
-// so that none adds to another's peak memory.
+// what samples, canonical nodes, formulas, equation networks and influence diagrams cost. Every network runs
+// in a child process, so that none adds to another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -8,6 +8,7 @@
 
 #include "canonical_expansion.h"
 #include "diagrams.h"
+#include "equations.h"
 #include "formulas.h"
 #include "measurement.h"
 #include "model/network.h"
@@ -74,6 +75,7 @@ int main(int argumentCount, char** arguments) {
   }
   qvr::PrintCanonicalExpansion();
   allMeasured = qvr::MeasureFormulas() && allMeasured;
+  allMeasured = qvr::MeasureEquations() && allMeasured;
   allMeasured = qvr::MeasureDiagrams() && allMeasured;
   return allMeasured ? 0 : 1;
 }

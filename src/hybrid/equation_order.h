@@ -22,7 +22,7 @@ struct EquationUnit {
 
 // Every unit stands behind those that hold parents of its members; ties in topological order. An observed
 // node is a unit of its own that needs nothing. -2, which is logged, if a set names what is no node of its
-// kind or depends on itself from outside.
+// kind or depends on itself from outside; -567, likewise, for a node without its value.
 int OrderEquations(QVR_network& network, std::vector<EquationUnit>& order);
 
 }  // namespace qvr

@@ -25,14 +25,12 @@ int EquationSolver::Run() {
       return Refuse("Unable to handle hybrid networks with equation solver.");
     }
     const auto* definition = dynamic_cast<EquationDefinition*>(node.definition.get());
-    if (definition == nullptr) {
-      return QVR_OBJECT_NOT_READY;
-    }
-    if (definition->GetEquation().isStochastic && type == kTypeEquationScc) {
+    const bool draws = definition != nullptr && definition->GetEquation().isStochastic;
+    if (draws && type == kTypeEquationScc) {
       return Refuse(
           "Unable to solve: the network contains strongly-coupled components with distribution definitions.");
     }
-    isStochastic = isStochastic || definition->GetEquation().isStochastic;
+    isStochastic = isStochastic || draws;
   }
   return isStochastic ? SolveStochastic() : SolveDeterministic();
 }
