@@ -53,51 +53,60 @@ void CompiledExpression::EmitNode(const QVR_expression& node, const ValueTable& 
   const ExpressionType type = node.GetType();
   switch (type) {
     case ExpressionType::Variable:
-      EmitVariable(static_cast<const QVR_variable&>(node), table);
+      if (!EmitVariable(static_cast<const QVR_variable&>(node), table)) {
+        return;
+      }
       break;
     case ExpressionType::Constant:
       Emit(Code::Constant, 0, node.EvaluateSigned(), 1);
-      break;
+      return;
     case ExpressionType::Function:
     case ExpressionType::Distribution:
-      EmitCall(static_cast<const QVR_function&>(node));
+      if (!EmitCall(static_cast<const QVR_function&>(node))) {
+        return;
+      }
       break;
     case ExpressionType::Plus:
-      Emit(Code::Plus, 0, node.sign, -1);
+      Emit(Code::Plus, 0, 0.0, -1);
       break;
     case ExpressionType::Minus:
-      Emit(Code::Minus, 0, node.sign, -1);
+      Emit(Code::Minus, 0, 0.0, -1);
       break;
     case ExpressionType::Divide:
-      Emit(Code::Divide, 0, node.sign, -1);
+      Emit(Code::Divide, 0, 0.0, -1);
       break;
     case ExpressionType::Multiply:
-      Emit(Code::Multiply, 0, node.sign, -1);
+      Emit(Code::Multiply, 0, 0.0, -1);
       break;
     case ExpressionType::Conditional:
-      Emit(Code::Sign, 0, node.sign, 0);
       break;
     default:
-      Emit(Code::Binary, static_cast<int>(type), node.sign, -1);
+      Emit(Code::Binary, static_cast<int>(type), 0.0, -1);
+  }
+  if (node.sign != 1) {
+    Emit(Code::Sign, 0, node.sign, 0);
   }
 }
 
-void CompiledExpression::EmitVariable(const QVR_variable& variable, const ValueTable& table) {
-  if (const int slot = table.FindVariable(variable.name); slot >= 0) {
-    Emit(Code::Variable, slot, variable.sign, 1);
-  } else {
+bool CompiledExpression::EmitVariable(const QVR_variable& variable, const ValueTable& table) {
+  const int slot = table.FindVariable(variable.name);
+  if (slot < 0) {
     Emit(Code::Constant, 0, variable.EvaluateSigned(), 1);
+    return false;
   }
+  Emit(Code::Variable, slot, 0.0, 1);
+  return true;
 }
 
-void CompiledExpression::EmitCall(const QVR_function& function) {
+bool CompiledExpression::EmitCall(const QVR_function& function) {
   if (function.entry->evaluate == nullptr) {
     Emit(Code::Constant, 0, function.EvaluateSigned(), 1);
-    return;
+    return false;
   }
   const int argumentCount = function.GetChildCount();
-  Emit(Code::Call, static_cast<int>(calls.size()), function.sign, 1 - argumentCount);
+  Emit(Code::Call, static_cast<int>(calls.size()), 0.0, 1 - argumentCount);
   calls.push_back({function.entry, argumentCount});
+  return true;
 }
 
 int CompiledExpression::Emit(Code code, int operand, double number, int depthChange) {
@@ -117,33 +126,32 @@ double CompiledExpression::Evaluate(const ValueTable& table) {
         *top++ = at->number;
         break;
       case Code::Variable:
-        *top++ = table[at->operand] * at->number;
+        *top++ = table[at->operand];
         break;
       case Code::Plus:
         --top;
-        top[-1] = (top[-1] + top[0]) * at->number;
+        top[-1] += top[0];
         break;
       case Code::Minus:
         --top;
-        top[-1] = (top[-1] - top[0]) * at->number;
+        top[-1] -= top[0];
         break;
       case Code::Divide:
         --top;
-        top[-1] = top[-1] / top[0] * at->number;
+        top[-1] /= top[0];
         break;
       case Code::Multiply:
         --top;
-        top[-1] = top[-1] * top[0] * at->number;
+        top[-1] *= top[0];
         break;
       case Code::Binary:
         --top;
-        top[-1] = QVR_binaryOperator::Combine(static_cast<ExpressionType>(at->operand), top[-1], top[0]) *
-                  at->number;
+        top[-1] = QVR_binaryOperator::Combine(static_cast<ExpressionType>(at->operand), top[-1], top[0]);
         break;
       case Code::Call: {
         const CallSite& site = calls[static_cast<std::size_t>(at->operand)];
         top -= site.argumentCount;
-        *top = Call(site, top) * at->number;
+        *top = Call(site, top);
         ++top;
         break;
       }

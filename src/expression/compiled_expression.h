@@ -25,7 +25,7 @@ class CompiledExpression {
 
  private:
   enum class Code { Constant, Variable, Plus, Minus, Divide, Multiply, Binary, Call, Sign, Jump, JumpIfZero };
-  // `number` is the constant, or the sign that multiplies the result.
+  // `number` is the constant, or a sign.
   struct Instruction {
     Code code;
     int operand;  // slot, ExpressionType, index of the call, or where to jump
@@ -44,8 +44,9 @@ class CompiledExpression {
 
   void StartChild(Frame& frame);
   void EmitNode(const QVR_expression& node, const ValueTable& table);
-  void EmitVariable(const QVR_variable& variable, const ValueTable& table);
-  void EmitCall(const QVR_function& function);
+  // False where what is emitted is a constant, its sign included.
+  bool EmitVariable(const QVR_variable& variable, const ValueTable& table);
+  bool EmitCall(const QVR_function& function);
   int Emit(Code code, int operand, double number, int depthChange);
   [[nodiscard]] static double Call(const CallSite& site, const double* arguments);
 
