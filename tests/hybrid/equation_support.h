@@ -8,10 +8,25 @@
 
 #include "definitions/equation.h"
 #include "definitions/equation_scc.h"
+#include "model/random_source.h"
+#include "support/log_guard.h"
 #include "support/network_builder.h"
 #include "values/eq_evaluation.h"
 
 namespace qvr {
+
+using Doubles = std::vector<double>;
+using Strings = std::vector<std::string>;
+
+// Fixes what is drawn, and keeps the log to itself.
+struct SeededRun {
+  explicit SeededRun(unsigned seed) { SeedRandomStreams(seed); }
+  ~SeededRun() { SeedRandomStreams(0); }
+  SeededRun(const SeededRun&) = delete;
+  SeededRun& operator=(const SeededRun&) = delete;
+
+  LogGuard log;
+};
 
 inline QVR_valEqEvaluation& EquationValueOf(QVR_network& network, int handle) {
   return dynamic_cast<QVR_valEqEvaluation&>(ValueOf(network, handle));
@@ -21,7 +36,7 @@ inline QVR_equation& EquationOf(QVR_network& network, int handle) {
   return dynamic_cast<QVR_equation&>(*network.NodeAt(handle)->definition);
 }
 
-// Intervals of equal width from the first of these bounds to the last.
+// Intervals of equal width between new bounds.
 inline int CutEvenly(QVR_network& network, int handle, double lower, double upper, int count) {
   EquationOf(network, handle).SetBounds(lower, upper);
   std::vector<DiscretizationInterval> intervals;
@@ -31,16 +46,15 @@ inline int CutEvenly(QVR_network& network, int handle, double lower, double uppe
   return EquationOf(network, handle).SetDiscIntervals(intervals);
 }
 
-// A node of a simultaneous set with these other unknowns; its parents, by handle, come first.
-inline int AddUnknown(QVR_network& network, const char* id, const char* text,
-                      const std::vector<std::string>& others, const std::vector<int>& parents = {}) {
+// A node of a simultaneous set with these unknowns and parents. The handle, or -1 if something was refused.
+inline int AddUnknown(QVR_network& network, const char* id, const char* text, const Strings& unknowns,
+                      const std::vector<int>& parents = {}) {
   const int handle = network.AddNode(kTypeEquationScc, id);
   auto& definition = dynamic_cast<QVR_equationSCC&>(*network.NodeAt(handle)->definition);
-  for (const std::string& name : others) {
+  for (const std::string& name : unknowns) {
     definition.sccVariables[name] = 0.0;
   }
-  const int status = network.AddArcs(parents, handle);
-  return status < 0 || definition.SetEquation(text) < 0 ? -1 : handle;
+  return network.AddArcs(parents, handle) < 0 || definition.SetEquation(text) < 0 ? -1 : handle;
 }
 
 }  // namespace qvr

@@ -15,15 +15,14 @@ struct GaussianTerm {
   double coefficient;
 };
 
-// intercept + the sum of coefficient * parent + Normal(0, deviation); no noise if the deviation is 0.
+// intercept + the sum of coefficient * parent + Normal(0, deviation).
 struct GaussianNode {
   double intercept;
   std::vector<GaussianTerm> terms;
   double deviation;
 };
 
-// Parents stand before their children.
-using GaussianModel = std::vector<GaussianNode>;
+using GaussianModel = std::vector<GaussianNode>;  // parents before their children
 
 class GaussianReference {
  public:
@@ -42,9 +41,8 @@ class GaussianReference {
   std::vector<std::vector<double>> covariances;
 };
 
-// Random parents, coefficients and deviations; means and deviations stay below about 100.
 [[nodiscard]] GaussianModel RandomGaussian(const ParentLists& parents, TestRandom& random);
-// The formula of a node, whose name is "x<index>".
+// The equation of a node, whose name is "x<index>".
 [[nodiscard]] std::string GaussianFormula(const GaussianModel& model, int node);
 // Fills an empty network with equation nodes of wide bounds; node i gets handle i. False if one was refused.
 [[nodiscard]] bool FillWithEquations(const GaussianModel& model, QVR_network& network);
