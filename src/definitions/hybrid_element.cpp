@@ -165,6 +165,18 @@ int QVR_distributionElement::SetDistribution(ExpressionPtr newDistribution) {
 
 int QVR_distributionElement::SetDistribution(const char* newText) { return SetDistribution(Parse(newText)); }
 
+void MakeDistribution(std::span<double> weights) {
+  double sum = 0.0;
+  for (double& weight : weights) {
+    weight = weight > 0.0 ? weight : 0.0;
+    sum += weight;
+  }
+  const bool usable = sum > 0.0 && std::isfinite(sum);
+  for (double& weight : weights) {
+    weight = usable ? weight / sum : 1.0 / static_cast<double>(weights.size());
+  }
+}
+
 QVR_discreteElement::QVR_discreteElement(int outcomeCount) {
   for (int i = 0; i < outcomeCount; ++i) {
     formulas.push_back(MakeConstant(1.0));
@@ -192,16 +204,10 @@ int QVR_discreteElement::GetOutcomeWeight(std::span<double> weights) const {
   if (weights.size() != formulas.size()) {
     return QVR_OUT_OF_RANGE;
   }
-  double sum = 0.0;
   for (std::size_t i = 0; i < weights.size(); ++i) {
-    const double weight = formulas[i]->EvaluateSigned();
-    weights[i] = weight > 0.0 ? weight : 0.0;
-    sum += weights[i];
+    weights[i] = formulas[i]->EvaluateSigned();
   }
-  const bool usable = sum > 0.0 && std::isfinite(sum);
-  for (double& weight : weights) {
-    weight = usable ? weight / sum : 1.0 / static_cast<double>(weights.size());
-  }
+  MakeDistribution(weights);
   return QVR_OKAY;
 }
 

@@ -101,6 +101,10 @@ class QVR_distributionElement final : public QVR_Helement {
   std::string text;  // as printed
 };
 
+// Scales to sum 1: what is negative or not a number counts as 0, and a sum of 0 gives the uniform
+// distribution.
+void MakeDistribution(std::span<double> weights);
+
 // A formula for each outcome of a discrete node, whose values are in proportion to the probabilities.
 class QVR_discreteElement final : public QVR_Helement {
  public:
@@ -109,8 +113,7 @@ class QVR_discreteElement final : public QVR_Helement {
 
   [[nodiscard]] std::unique_ptr<QVR_Helement> Clone() const override;
   void AssignVariable(std::string_view name, double value) override;
-  // A distribution over the outcomes: what is negative or not a number counts as 0, and a sum of 0 gives the
-  // uniform one. -2 unless there is room for just the outcomes.
+  // A distribution over the outcomes, by MakeDistribution. -2 unless there is room for just the outcomes.
   int GetOutcomeWeight(std::span<double> weights) const override;
   void RenameVariable(std::string_view oldName, std::string_view newName) override;
   [[nodiscard]] bool NamesVariable(std::string_view name) const override;
