@@ -15,6 +15,13 @@ class QVR_network;
 // hybrid/: equations cut into intervals. Returns as DiscretizedSolver::Run.
 [[nodiscard]] int RunDiscretizedSolver(QVR_network& network);
 
+// hybrid/: an equation network with evidence below a root, by way of a hybrid network. The code of what can't
+// be converted or solved, which is logged; every value without evidence is then invalid.
+[[nodiscard]] int HbnSolve(QVR_network& network);
+// hybrid/: a hybrid network by its hybridAlgorithm; -2 for an id outside 13 to 16. -5, which is logged, where
+// the network has a node or a formula that the solver can't handle or no sample agrees with the evidence.
+[[nodiscard]] int SolveHybridNetwork(QVR_network& network);
+
 }  // namespace qvr
 
 #endif

@@ -115,7 +115,7 @@ int RunEquationFamily(QVR_network& network) {
                                    "At least one node with discretization intervals is required.");
   }
   if (HasEvidenceBelowRoots(network)) {
-    return Refuse("The solver for hybrid networks isn't built in.");
+    return HbnSolve(network);
   }
   return RunEquationSolver(network);
 }
@@ -131,7 +131,7 @@ int Solve(QVR_network& network) {
     case SolverFamily::Equation:
       return network.SolveEquations();
     case SolverFamily::Hybrid:
-      return Refuse("The solver for hybrid networks isn't built in.");
+      return SolveHybridNetwork(network);
     case SolverFamily::Discrete:
       return network.SolveDiscrete();
   }
