@@ -53,10 +53,14 @@ std::optional<double> MessagePassing::GetNumber(int slot) const {
   return std::nullopt;
 }
 
-bool MessagePassing::AreOthersKnown(int slot, int exceptParent) const {
+bool MessagePassing::AreOthersFixed(int slot, int exceptParent) const {
   const QVR_hybridSampleNode& node = network[slot];
-  return std::all_of(node.parents.begin(), node.parents.end(),
-                     [&](int parent) { return parent == exceptParent || network[parent].IsKnown(); });
+  for (std::size_t i = 0; i < node.parents.size(); ++i) {
+    if (node.parents[i] != exceptParent && !node.piMessages[i]->IsFixed()) {
+      return false;
+    }
+  }
+  return true;
 }
 
 bool MessagePassing::FillLambda(int slot, std::size_t parentIndex, QVR_hybridMessage& message) {
@@ -64,11 +68,13 @@ bool MessagePassing::FillLambda(int slot, std::size_t parentIndex, QVR_hybridMes
   const int parent = node.parents[parentIndex];
   const std::optional<double> number = GetNumber(slot);
   if (number && !node.IsDiscrete() && network.Continuous(slot).IsEquation()) {
-    if (!network[parent].IsDiscrete() && network.Continuous(slot).HasInverse(parent)) {
+    const bool hasOtherSolution = FindSolvableParent(slot, parent) >= 0;
+    const bool isSolvable = !network[parent].IsDiscrete() && network.Continuous(slot).HasInverse(parent);
+    if (isSolvable && !(hasOtherSolution && MixesFormulas(slot))) {
       FillByInverse(slot, parent, *number, static_cast<QVR_continuousMessage&>(message));
       return true;
     }
-    if (FindSolvableParent(slot, parent) < 0) {
+    if (!hasOtherSolution) {
       return false;
     }
   }
@@ -80,11 +86,19 @@ bool MessagePassing::FillLambda(int slot, std::size_t parentIndex, QVR_hybridMes
   return !message.IsUninformative();
 }
 
+// Solutions of several formulas lie in several places, which one bandwidth doesn't fit.
+bool MessagePassing::MixesFormulas(int slot) const {
+  const QVR_hybridSampleNode& node = network[slot];
+  return std::any_of(node.parents.begin(), node.parents.end(), [this](int parent) {
+    return network[parent].IsDiscrete() && !network[parent].IsKnown();
+  });
+}
+
 // The parent's number follows from the others'.
 void MessagePassing::FillByInverse(int slot, int parent, double number, QVR_continuousMessage& message) {
   ValueTable& table = network.table;
   const double saved = table[slot];
-  const bool isCertain = AreOthersKnown(slot, parent);
+  const bool isCertain = AreOthersFixed(slot, parent);
   std::vector<WeightedSample> pairs;
   const int drawCount = isCertain ? 1 : settings.messageSamples * kDrawsPerSample;
   for (int draw = 0; draw < drawCount; ++draw) {
@@ -129,7 +143,7 @@ void MessagePassing::FillByOutcomes(int slot, int parent, QVR_discreteMessage& m
 }
 
 double MessagePassing::AverageLikelihood(int slot, int parent, int draws) {
-  const bool isCertain = GetNumber(slot).has_value() && AreOthersKnown(slot, parent);
+  const bool isCertain = GetNumber(slot).has_value() && AreOthersFixed(slot, parent);
   const int drawCount = isCertain ? 1 : draws;
   double sum = 0.0;
   for (int draw = 0; draw < drawCount; ++draw) {

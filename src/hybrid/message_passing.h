@@ -75,7 +75,8 @@ class MessagePassing {
   // The index of another parent that an equation can be solved for, or -1.
   [[nodiscard]] int FindSolvableParent(int slot, int exceptParent);
   [[nodiscard]] bool HasInformation(int slot) const;
-  [[nodiscard]] bool AreOthersKnown(int slot, int exceptParent) const;
+  [[nodiscard]] bool MixesFormulas(int slot) const;
+  [[nodiscard]] bool AreOthersFixed(int slot, int exceptParent) const;
   // The node's number, if it is observed, or if a child leaves it no choice.
   [[nodiscard]] std::optional<double> GetNumber(int slot) const;
 

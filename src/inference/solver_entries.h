@@ -14,7 +14,6 @@ class QVR_network;
 [[nodiscard]] int RunEquationSolver(QVR_network& network);
 // hybrid/: equations cut into intervals. Returns as DiscretizedSolver::Run.
 [[nodiscard]] int RunDiscretizedSolver(QVR_network& network);
-
 // hybrid/: an equation network with evidence below a root, by way of a hybrid network. The code of what can't
 // be converted or solved, which is logged; every value without evidence is then invalid.
 [[nodiscard]] int HbnSolve(QVR_network& network);

@@ -131,7 +131,7 @@ int Solve(QVR_network& network) {
     case SolverFamily::Equation:
       return network.SolveEquations();
     case SolverFamily::Hybrid:
-      return SolveHybridNetwork(network);
+      return network.SolveHybrid();
     case SolverFamily::Discrete:
       return network.SolveDiscrete();
   }
@@ -228,6 +228,8 @@ int QVR_network::UpdateBeliefs() { return WithoutExceptions(Solve, *this); }
 int QVR_network::SolveDecisions() { return WithoutExceptions(RunDecisionSolver, *this); }
 
 int QVR_network::SolveEquations() { return WithoutExceptions(RunEquationFamily, *this); }
+
+int QVR_network::SolveHybrid() { return WithoutExceptions(SolveHybridNetwork, *this); }
 
 int QVR_network::SolveDiscrete() { return WithoutExceptions(SolveWithVirtualEvidence, *this); }
 

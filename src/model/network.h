@@ -168,6 +168,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int SolveDiscrete();
   // The solver of equation nodes that evidence and `discretize` ask for: see inference/solver_entries.h.
   int SolveEquations();
+  // The solver of hybrid networks that hybridAlgorithm names: see inference/solver_entries.h.
+  int SolveHybrid();
 
   // What the table, the lists, the counts, the index and the shapes of definitions, values and costs have
   // to agree on: the first disagreement in words, or an empty text.
