@@ -146,8 +146,6 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // The network's identifier, name and comment are those of the main submodel.
   [[nodiscard]] QVR_submodelHandler& GetSubmodels() { return submodels; }
   [[nodiscard]] const QVR_submodelHandler& GetSubmodels() const { return submodels; }
-  // Appends the nodes of a submodel, ascending; returns how many.
-  int GetIncludedNodes(int submodel, QVR_intArray& out) const;
   [[nodiscard]] unsigned GetUpdateFlags() const { return updateFlags; }
   void SetUpdateFlags(unsigned newFlags) { updateFlags = newFlags; }
   [[nodiscard]] unsigned GetRelevanceMask() const { return relevanceMask; }

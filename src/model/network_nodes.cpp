@@ -280,20 +280,6 @@ void QVR_network::FilterByType(const QVR_intArray& list, int mask, QVR_intArray&
   out.Swap(selected);
 }
 
-int QVR_network::GetIncludedNodes(int submodel, QVR_intArray& out) const {
-  if (submodels.GetSubmodel(submodel) == nullptr) {
-    return QVR_OUT_OF_RANGE;
-  }
-  int count = 0;
-  for (int handle = FirstNode(); handle >= 0; handle = NextNode(handle)) {
-    if (Entry(handle).node->submodel == (submodel | QVR_submodelHandler::kHandleBit)) {
-      out.Add(handle);
-      ++count;
-    }
-  }
-  return count;
-}
-
 int QVR_network::SetTarget(int handle) {
   if (IsTarget(handle) != 0) {
     return QVR_OUT_OF_RANGE;

@@ -294,4 +294,55 @@ int QVR_submodelHandler::MoveSubmodel(int handle, int newParent) {
   return QVR_OKAY;
 }
 
+int QVR_submodelHandler::GetIncludedNodes(int handle, QVR_intArray& out) const {
+  const int slot = SlotOf(handle);
+  if (slot < 0 || network == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  int count = 0;
+  for (int node = network->FirstNode(); node >= 0; node = network->NextNode(node)) {
+    if ((network->NodeAt(node)->submodel & ~kHandleBit) == slot) {
+      out.Add(node);
+      ++count;
+    }
+  }
+  return count;
+}
+
+int QVR_submodelHandler::GetIncludedSubmodels(int handle, QVR_intArray& out) const {
+  const int slot = SlotOf(handle);
+  if (slot < 0) {
+    return slot;
+  }
+  int count = 0;
+  for (int child = 0; child < static_cast<int>(slots.size()); ++child) {
+    if (slots[static_cast<std::size_t>(child)].parent == slot) {
+      out.Add(child | kHandleBit);
+      ++count;
+    }
+  }
+  return count;
+}
+
+int QVR_submodelHandler::GetDeepSubmodels(QVR_intArray& out) const {
+  if (!IsReady()) {
+    return QVR_OBJECT_NOT_READY;
+  }
+  std::vector<std::vector<int>> children(slots.size());
+  for (std::size_t slot = 0; slot < slots.size(); ++slot) {
+    if (slots[slot].parent >= 0) {
+      children[static_cast<std::size_t>(slots[slot].parent)].push_back(static_cast<int>(slot));
+    }
+  }
+  std::vector<int> found = {0};
+  for (std::size_t next = 0; next < found.size(); ++next) {
+    const std::vector<int>& below = children[static_cast<std::size_t>(found[next])];
+    found.insert(found.end(), below.begin(), below.end());
+  }
+  for (int slot : found) {
+    out.Add(slot | kHandleBit);
+  }
+  return static_cast<int>(found.size());
+}
+
 }  // namespace qvr

@@ -44,6 +44,10 @@ class QVR_submodelHandler : public QVR_object {
   [[nodiscard]] int GetParent(int handle) const;
   [[nodiscard]] int IsIncluded(int inner, int outer) const;
   int MoveSubmodel(int handle, int newParent);
+  // These append and return how many. Nodes and direct children come in ascending order; -2 for a bad handle.
+  int GetIncludedNodes(int handle, QVR_intArray& out) const;
+  int GetIncludedSubmodels(int handle, QVR_intArray& out) const;
+  int GetDeepSubmodels(QVR_intArray& out) const;  // all, level by level; -567
   [[nodiscard]] int IdExists(const char* id) const;
   // The same leaving the main submodel out: its identifier is the network's own name.
   [[nodiscard]] int IdExistsBelowMain(const char* id) const;

@@ -3,6 +3,7 @@
 
 #include "support/log_guard.h"
 #include "support/network_builder.h"
+#include "support/random_network.h"
 
 namespace qvr {
 namespace {
@@ -56,6 +57,31 @@ TEST_F(SubmodelTest, MovesNeverCloseACircle) {
   EXPECT_EQ(submodels.GetParent(a), c);
 }
 
+TEST_F(SubmodelTest, ListsFollowTheTree) {
+  TestRandom random(8);
+  for (int i = 0; i < 30; ++i) {
+    submodels.CreateSubmodel(kMain + random.Below(4 + i), nullptr);
+    submodels.MoveSubmodel(kMain + random.Below(4 + i), kMain + random.Below(4 + i));
+  }
+  QVR_intArray deep;
+  EXPECT_EQ(submodels.GetDeepSubmodels(deep), 34);
+  std::vector<int> expected = {kMain};
+  for (std::size_t next = 0; next < expected.size(); ++next) {
+    std::vector<int> children;
+    for (int handle = submodels.FirstSubmodel(); handle >= 0; handle = submodels.NextSubmodel(handle)) {
+      if (submodels.GetParent(handle) == expected[next]) {
+        children.push_back(handle);
+      }
+    }
+    QVR_intArray listed;
+    EXPECT_EQ(submodels.GetIncludedSubmodels(expected[next], listed), static_cast<int>(children.size()));
+    EXPECT_EQ(ListOf(listed), children);
+    expected.insert(expected.end(), children.begin(), children.end());
+  }
+  EXPECT_EQ(ListOf(deep), expected);
+  EXPECT_EQ(submodels.GetIncludedSubmodels(-1, deep), -2);
+}
+
 TEST_F(SubmodelTest, IdentifiersAreIndexed) {
   EXPECT_EQ(submodels.GetSubmodel(b)->header.SetId("renamed"), QVR_OKAY);
   EXPECT_EQ(submodels.GetSubmodel(b)->header.SetId("1"), -30);
@@ -72,15 +98,15 @@ TEST_F(SubmodelTest, ResetBringsTheNodesHome) {
     ASSERT_EQ(network.NodeAt(network.AddNode(kTypeCpt, nullptr))->SetSubmodel(submodel), QVR_OKAY);
   }
   QVR_intArray included{7};
-  EXPECT_EQ(network.GetIncludedNodes(b, included), 2);
+  EXPECT_EQ(submodels.GetIncludedNodes(b, included), 2);
   EXPECT_EQ(ListOf(included), (std::vector<int>{7, 1, 2}));
-  EXPECT_EQ(network.GetIncludedNodes(-1, included), -2);
+  EXPECT_EQ(submodels.GetIncludedNodes(-1, included), -2);
   submodels.GetSubmodel(kMain)->header.SetId("net");
   EXPECT_EQ(submodels.Reset(), QVR_OKAY);
   EXPECT_EQ(submodels.GetSubmodel(kMain)->header.GetId(), "Sub0");
   EXPECT_EQ(submodels.NextSubmodel(kMain), -2);
   EXPECT_EQ(submodels.FindSubmodel("a"), -2);
-  EXPECT_EQ(network.GetIncludedNodes(0, included), 3);
+  EXPECT_EQ(submodels.GetIncludedNodes(0, included), 3);
   EXPECT_EQ(network.CheckInvariants(), "");
 }
 
