@@ -229,6 +229,7 @@ int QVR_nodeDefinition::OutcomeAdded(int position) {
   if (node == nullptr) {
     return QVR_OKAY;
   }
+  network->GetCases().OutcomeAdded(handle, position);
   const int status =
       TellChildren([&](QVR_nodeDefinition& child) { return child.AddParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
@@ -249,6 +250,7 @@ int QVR_nodeDefinition::OutcomeRemoved(int position, QVR_stringArray& names) {
   if (node == nullptr) {
     return QVR_OKAY;
   }
+  network->GetCases().OutcomeRemoved(handle, position);
   const int status =
       TellChildren([&](QVR_nodeDefinition& child) { return child.RemoveParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
@@ -275,6 +277,7 @@ int QVR_nodeDefinition::OutcomesReordered(const QVR_intArray& order) {
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
     cost->ReorderParentOutcomes(handle, order);
   }
+  network->GetCases().OutcomesReordered(handle, order);
   const int result = node->value ? node->value->ReorderOutcomes(order) : QVR_OKAY;
   if (order.Length() > 0 && order[0] != 0) {
     NotifyGates();
@@ -299,6 +302,7 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   }
   const UpdateFlagsOff noUpdates(*network, UPDATE_IMMEDIATELY);  // half the network still has the old shapes
   const int count = std::max(0, GetNumberOfOutcomes());
+  network->GetCases().OutcomesReplaced(handle);
   const QVR_Dmatrix* beliefs = node->value ? node->value->GetMatrix() : nullptr;
   const int dimensions = beliefs != nullptr ? beliefs->GetNumDimensions() : 0;
   if (beliefs != nullptr && (dimensions == 0 || beliefs->GetDimension(dimensions - 1) != count)) {
@@ -355,6 +359,7 @@ int QVR_nodeDefinition::ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray
   }
   if (QVR_node* node = OwnNode(); node != nullptr) {
     node->cost->Rebuild();
+    network->GetCases().OutcomesReplaced(handle);
     if (node->extra) {
       node->extra->ResetForOutcomes();
     }

@@ -50,6 +50,7 @@ void QVR_network::EraseNodes() {
     entry = QVR_nodeEntry();
   }
   ids.Clear();
+  cases.Clear();
   topologicalOrder.CleanUp();
   numNodes = 0;
   lowestFree = 0;

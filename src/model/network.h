@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/case_store.h"
 #include "model/identifier_index.h"
 #include "model/metadata.h"
 #include "model/network_settings.h"
@@ -146,6 +147,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // The network's identifier, name and comment are those of the main submodel.
   [[nodiscard]] QVR_submodelHandler& GetSubmodels() { return submodels; }
   [[nodiscard]] const QVR_submodelHandler& GetSubmodels() const { return submodels; }
+  [[nodiscard]] QVR_caseStore& GetCases() { return cases; }
+  [[nodiscard]] const QVR_caseStore& GetCases() const { return cases; }
   [[nodiscard]] unsigned GetUpdateFlags() const { return updateFlags; }
   void SetUpdateFlags(unsigned newFlags) { updateFlags = newFlags; }
   [[nodiscard]] unsigned GetRelevanceMask() const { return relevanceMask; }
@@ -227,6 +230,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   [[nodiscard]] std::string CheckIndex() const;
 
   QVR_submodelHandler submodels;
+  QVR_caseStore cases{*this};
   std::vector<QVR_nodeEntry> nodes;  // its size is the number of slots
   IdentifierIndex ids;
   int numNodes = 0;

@@ -83,6 +83,7 @@ int QVR_network::CopyTable(const QVR_network& other) {
     entry.node->Bind(this, handle);
   }
   ids = other.ids;
+  cases.Assign(other.cases);
   numNodes = other.numNodes;
   lowestFree = other.lowestFree;
   targetCount = other.targetCount;

@@ -230,7 +230,8 @@ std::string QVR_network::CheckInvariants() const {
   if (occupied != numNodes || targets != targetCount || unmatchedArcs != 0) {
     return "the counts of nodes, targets or arcs are wrong";
   }
-  return CheckIndex();
+  const std::string fault = cases.CheckInvariants();
+  return fault.empty() ? CheckIndex() : fault;
 }
 
 std::string QVR_network::CheckIndex() const {

@@ -187,6 +187,7 @@ int QVR_network::DeleteNode(int handle) {
       ReinitializeIndexedValues(handle);
     }
     FreeSlot(handle);
+    cases.NodeDeleted(handle);
   }
   if (hadArcs && TracksChanges() && (relevanceMask & kRelevanceArcRemoved) != 0) {
     UpdateIfImmediate();

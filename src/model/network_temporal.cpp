@@ -49,7 +49,9 @@ int QVR_network::SetDynamicType(int handle, int type) {
       return QVR_OUT_OF_RANGE;
     }
   }
+  const int oldType = entry.dynamicType;
   entry.dynamicType = type;
+  cases.DynamicTypeChanged(handle, oldType);
   return QVR_OKAY;
 }
 

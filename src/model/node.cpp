@@ -204,6 +204,7 @@ int QVR_node::ChangeType(int newType) {
     invalidateWidely = Replace(std::move(newDefinition), std::move(newValue));
     invalidateWidely = UpdateChildren(oldType, oldCount) || invalidateWidely;
     UpdateExtra();
+    network->GetCases().DefinitionTypeChanged(handle, oldType);
     CheckReady(1);
   }
   // The walk that starts at this node doesn't reach what has just been cut off from it.

@@ -214,6 +214,7 @@ int QVR_node::CopyDefinition(const QVR_nodeDefinition& other) {
   }
   UpdateChildren(oldType, oldCount);
   FitExtra();
+  network->GetCases().DefinitionTypeChanged(handle, oldType);
   return QVR_OKAY;
 }
 

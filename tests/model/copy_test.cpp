@@ -46,6 +46,12 @@ std::unique_ptr<QVR_network> MakeSource() {
   }
   EXPECT_EQ(node.cost->SetCosts(costs), QVR_OKAY);
   EXPECT_EQ(network->SetTarget(9), QVR_OKAY);
+  QVR_case& scenario = *network->GetCases().AddCase("case");
+  scenario.modified = 5;
+  EXPECT_EQ(scenario.AddTemporalEvidence(7, 3, 1), QVR_OKAY);
+  EXPECT_EQ(scenario.AddSoftEvidence(2, std::vector<double>{.5, .25}), QVR_OKAY);
+  EXPECT_EQ(scenario.AddTarget(2), QVR_OKAY);
+  network->GetCases().tracking = 0;
   network->creation.creator = "someone";
   network->userProperties.Add("QVR_KEY", "1");
   network->documentation.titles.Add("left behind");

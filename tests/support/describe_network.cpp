@@ -55,6 +55,19 @@ void PrintNode(std::ostream& out, QVR_network& network, int handle) {
   }
 }
 
+void PrintCase(std::ostream& out, const QVR_case& scenario) {
+  out << "\ncase " << scenario.GetName() << ' ' << scenario.GetCategory() << ' ' << scenario.GetDescription()
+      << ' ' << scenario.created << ' ' << scenario.modified;
+  for (const CaseEvidence& record : scenario.GetEvidence()) {
+    out << "\n  " << record.handle << " kind " << record.kind << ' ' << record.outcome << ' ' << record.value;
+    Print(out, "soft", record.softEvidence);
+    for (const auto& [slice, outcome] : record.temporal) {
+      out << " [" << slice << "] " << outcome;
+    }
+  }
+  Print(out, "targets", scenario.GetTargets());
+}
+
 }  // namespace
 
 std::string Describe(QVR_network& network) {
@@ -72,6 +85,10 @@ std::string Describe(QVR_network& network) {
   for (int handle : AllNodes(network)) {
     PrintNode(out, network, handle);
   }
+  for (int i = 0; i < network.GetCases().GetCount(); ++i) {
+    PrintCase(out, *network.GetCases().GetCase(i));
+  }
+  out << "\ntracking " << static_cast<int>(network.GetCases().tracking);
   return out.str();
 }
 
