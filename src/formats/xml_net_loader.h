@@ -17,6 +17,7 @@
 
 namespace qvr {
 
+class QVR_case;
 class QVR_ciDefinition;
 class QVR_network;
 class QVR_node;
@@ -46,6 +47,10 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   friend class XmlHandler<XmlNetLoader>;
   struct NodeAttributes;
 
+  // Room for so many numbers is made in advance; beyond it a list grows by what the file really holds.
+  // Tables up to this size are built before anyone counts whether the file fills them.
+  static constexpr long long kMaxReserved = 1'048'576;
+
   // --- the schema: xml_net_loader_schema.cpp
   Binding& NewBinding(const char* name, const Callbacks& callbacks);
   Binding& NewBinding(const char* name, const Callbacks& callbacks, int validation);
@@ -57,6 +62,8 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddDecisionNodes(Binding& nodes);   // xml_net_loader_decisions.cpp
   void AddCanonicalNodes(Binding& nodes);  // xml_net_loader_canonical.cpp
   void AddEquationNodes(Binding& nodes);   // xml_net_loader_equation.cpp
+  void AddObservationCosts();              // xml_net_loader_costs.cpp
+  void AddCases();                         // xml_net_loader_cases.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 
@@ -150,9 +157,27 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void StartInterval(IXmlReader& reader);
   void EndEquation(IXmlReader& reader);
 
+  // --- observation costs: xml_net_loader_costs.cpp
+  void StartCosts(IXmlReader& reader);
+  void TakeCost(IXmlReader& reader);
+  void EndCosts(IXmlReader& reader);
+  bool RefuseOversizedCosts(long long present);
+
+  // --- saved cases: xml_net_loader_cases.cpp
+  bool OpenNode(const char* attribute);
+  void StartCase(IXmlReader& reader);
+  void EndCaseDescription(IXmlReader& reader);
+  void StartEvidence(IXmlReader& reader);
+  int AddNumberToCase();
+  int AddOutcomeToCase(const std::string& state, int slice);
+  void StartSoftEvidence(IXmlReader& reader);
+  void EndSoftEvidence(IXmlReader& reader);
+  void StartCaseTarget(IXmlReader& reader);
+
   QVR_network& network;
   int currentNode = -1;  // the handle of the node that is or was last open
   QVR_nodeDefinition* definition = nullptr;
+  QVR_case* currentCase = nullptr;  // the open one
   std::string propertyId;
 
   // What the open node element has told so far.

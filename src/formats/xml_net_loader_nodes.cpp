@@ -15,10 +15,6 @@
 namespace qvr {
 namespace {
 
-// Room for so many numbers is made in advance; beyond it a list grows by what the file really holds.
-// Tables up to this size are built before anyone counts whether the file fills them.
-constexpr long long kMaxReserved = 1'048'576;
-
 // Among so few states a scan is the fastest search.
 constexpr std::size_t kMaxScanned = 16;
 

@@ -42,10 +42,10 @@ void XmlNetLoader::BuildSchema(IXmlBinding* extensionBinding) {
   AddAlgorithmParameters();
   AddProperties();
   AddNodes();
-  AddSkipped("observationcost");
+  AddObservationCosts();
   AddExtensions(extensionBinding);
   AddSkipped("dynamic");
-  AddSkipped("cases");
+  AddCases();
 }
 
 void XmlNetLoader::AddAlgorithmParameters() {

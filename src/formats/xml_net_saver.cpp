@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "formats/xml_vocabulary.h"
 #include "model/error_log.h"
 #include "model/network.h"
 #include "model/special_numbers.h"
@@ -11,7 +12,6 @@ namespace qvr {
 namespace {
 
 constexpr const char* kVersion = "1.0";
-constexpr const char* kNoCost = "n/a";
 
 class NoExtension : public IXmlWriterExtension {
  public:
@@ -89,6 +89,7 @@ void XmlNetworkSaver::WriteDocument() {
   WriteAlgorithmParameters();
   WriteNodes();
   WriteCosts();
+  WriteCases();
   WriteExtension();
 }
 
@@ -179,7 +180,7 @@ void XmlNetworkSaver::WriteCost(int handle) {
   const ScopedElement node(*this, "node");
   WriteParents(network.GetParents(handle, kCostLayer));
   const std::span<const double> costs = network.NodeAt(handle)->cost->GetCosts().GetItems().Vector();
-  WriteDoubleList("cost", costs, kNoCost, kNotAvailable);
+  WriteDoubleList("cost", costs, kNoCostWord, kNotAvailable);
 }
 
 void XmlNetworkSaver::WriteExtension() {

@@ -2,6 +2,7 @@
 #ifndef QVR_FORMATS_XML_NET_SAVER_H
 #define QVR_FORMATS_XML_NET_SAVER_H
 
+#include <cstdint>
 #include <string>
 
 #include "formats/node_def_visitor.h"
@@ -10,9 +11,11 @@
 
 namespace qvr {
 
+class QVR_case;
 class QVR_network;
 class QVR_node;
 class QVR_userProperties;
+struct CaseEvidence;
 
 // Stands for no extension where null asks for the front-end's.
 [[nodiscard]] IXmlWriterExtension& NoWriterExtension();
@@ -60,6 +63,13 @@ class XmlNetworkSaver : private XmlWriter, private NodeDefVisitor {
   void OpenNode(QVR_nodeDefinition& definition, const char* element, States states);
   void AddNodeAttributes(const QVR_node& node);
   void WriteStates(QVR_node& node);
+
+  // --- saved cases: xml_net_saver_cases.cpp
+  void WriteCases();
+  void WriteCase(const QVR_case& scenario);
+  void AddTime(const char* name, std::int64_t time);
+  void WriteEvidence(const CaseEvidence& record, const QVR_node& node);
+  void WriteOutcome(const QVR_node& node, int slice, int outcome);
 
   QVR_network& network;
   IXmlWriterExtension* extension;

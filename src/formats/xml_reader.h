@@ -2,6 +2,7 @@
 #ifndef QVR_FORMATS_XML_READER_H
 #define QVR_FORMATS_XML_READER_H
 
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <string>
@@ -32,6 +33,8 @@ class XmlReader : public IXmlReader {
   void GetText(std::string& out) const override;
   bool GetDoubleAttribute(const char* name, double& out, double defaultValue) override;
   bool GetIntAttribute(const char* name, int& out, int defaultValue) override;
+  // The same for numbers of 64 bits, clamped.
+  bool GetInt64Attribute(const char* name, std::int64_t& out, std::int64_t defaultValue);
   bool GetBoolAttribute(const char* name, bool& out, bool defaultValue) override;
   void GetStringAttribute(const char* name, std::string& out) override;
   [[nodiscard]] std::unique_ptr<IXmlBinding> CreateBinding(IXmlHandler* handler, const char* name,
@@ -78,6 +81,7 @@ class XmlReader : public IXmlReader {
   void CharacterData(const char* data, int length);
   void CutTokens(ElementRecord& record, const char* next, const char* end);
   [[nodiscard]] ElementRecord& Innermost() { return elementStack[depth - 1]; }
+  bool AbortForInteger(const char* name);                                // false
   [[nodiscard]] const char* FindAttributeValue(const char* name) const;  // null if absent
 
   std::deque<ElementRecord> elementStack;

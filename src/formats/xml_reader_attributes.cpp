@@ -55,20 +55,35 @@ bool XmlReader::GetDoubleAttribute(const char* name, double& out, double default
 }
 
 bool XmlReader::GetIntAttribute(const char* name, int& out, int defaultValue) {
+  std::int64_t value = 0;
+  if (!GetInt64Attribute(name, value, defaultValue)) {
+    return false;
+  }
+  if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max()) {
+    return AbortForInteger(name);
+  }
+  out = static_cast<int>(value);
+  return true;
+}
+
+bool XmlReader::GetInt64Attribute(const char* name, std::int64_t& out, std::int64_t defaultValue) {
   const char* const text = FindAttributeValue(name);
   if (text == nullptr) {
     out = defaultValue;
     return true;
   }
   const char* end = nullptr;
-  const long long value = ReadLeadingInteger(text, end);
-  const bool fits = value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max();
-  if (!fits || (value == 0 && *end != '\0')) {
-    Abort(std::string("Integer value expected for attribute '") + name + "'");
-    return false;
+  const std::int64_t value = ReadLeadingInteger(text, end);
+  if (value == 0 && *end != '\0') {
+    return AbortForInteger(name);
   }
-  out = static_cast<int>(value);
+  out = value;
   return true;
+}
+
+bool XmlReader::AbortForInteger(const char* name) {
+  Abort(std::string("Integer value expected for attribute '") + name + "'");
+  return false;
 }
 
 bool XmlReader::GetBoolAttribute(const char* name, bool& out, bool defaultValue) {

@@ -13,6 +13,7 @@ inline constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", 
 inline constexpr const char* kFunctionWords[] = {"average", "singlefault"};                // AdderFunction
 inline constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "cause",     // InfluenceType
                                                   "barrier"};
+inline constexpr const char* kNoCostWord = "n/a";  // in the place of a number
 
 [[nodiscard]] inline const char* WordOf(std::span<const char* const> words, int number) {
   return words[static_cast<std::size_t>(number)];
