@@ -55,17 +55,23 @@ void PrintNode(std::ostream& out, QVR_network& network, int handle) {
   }
 }
 
-void PrintCase(std::ostream& out, const QVR_case& scenario) {
+void PrintCase(std::ostream& out, const QVR_network& network, const QVR_case& scenario) {
+  const auto idOf = [&network](int handle) {
+    return network.IsValidHandle(handle) ? network.NodeAt(handle)->GetId() : "nobody";
+  };
   out << "\ncase " << scenario.GetName() << ' ' << scenario.GetCategory() << ' ' << scenario.GetDescription()
       << ' ' << scenario.created << ' ' << scenario.modified;
   for (const CaseEvidence& record : scenario.GetEvidence()) {
-    out << "\n  " << record.handle << " kind " << record.kind << ' ' << record.outcome << ' ' << record.value;
+    out << "\n  " << idOf(record.handle) << " kind " << record.kind << ' ' << record.outcome << ' '
+        << record.value;
     Print(out, "soft", record.softEvidence);
     for (const auto& [slice, outcome] : record.temporal) {
       out << " [" << slice << "] " << outcome;
     }
   }
-  Print(out, "targets", scenario.GetTargets());
+  for (const int handle : scenario.GetTargets()) {
+    out << " target " << idOf(handle);
+  }
 }
 
 }  // namespace
@@ -85,10 +91,18 @@ std::string Describe(QVR_network& network) {
   for (int handle : AllNodes(network)) {
     PrintNode(out, network, handle);
   }
-  for (int i = 0; i < network.GetCases().GetCount(); ++i) {
-    PrintCase(out, *network.GetCases().GetCase(i));
+  out << DescribeCases(network);
+  return out.str();
+}
+
+std::string DescribeCases(const QVR_network& network) {
+  const QVR_caseStore& store = network.GetCases();
+  std::ostringstream out;
+  out.precision(17);
+  for (int i = 0; i < store.GetCount(); ++i) {
+    PrintCase(out, network, *store.GetCase(i));
   }
-  out << "\ntracking " << static_cast<int>(network.GetCases().tracking);
+  out << "\ntracking " << static_cast<int>(store.tracking);
   return out.str();
 }
 

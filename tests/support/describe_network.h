@@ -10,6 +10,8 @@ namespace qvr {
 
 // Settings, submodels and all that is entered. Leaves out what an update writes and what copies drop.
 [[nodiscard]] std::string Describe(QVR_network& network);
+// The saved cases alone, with nodes by identifier: in a loaded network they may have other handles.
+[[nodiscard]] std::string DescribeCases(const QVR_network& network);
 
 }  // namespace qvr
 
