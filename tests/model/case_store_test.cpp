@@ -387,7 +387,7 @@ class EditedCases {
 };
 
 TEST(CaseStore, FollowsRandomEdits) {
-  for (std::uint64_t seed = 1; seed <= 60; ++seed) {
+  for (std::uint64_t seed = 1; seed <= 25; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     EditedCases edited(seed);
     for (int step = 0; step < 200; ++step) {
