@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "definitions/raised_flag.h"
 #include "model/error_log.h"
 #include "model/identifier.h"
 #include "model/network.h"
+#include "model/raised_flag.h"
 
 namespace qvr {
 

@@ -6,8 +6,8 @@
 #include <numeric>
 
 #include "definitions/equation_pair.h"
-#include "definitions/raised_flag.h"
 #include "model/network.h"
+#include "model/raised_flag.h"
 
 namespace qvr {
 

@@ -3,8 +3,8 @@
 #include <unordered_set>
 
 #include "definitions/mau.h"
-#include "definitions/raised_flag.h"
 #include "model/network.h"
+#include "model/raised_flag.h"
 
 namespace qvr {
 
