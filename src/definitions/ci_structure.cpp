@@ -252,7 +252,7 @@ int QVR_ciDefinition::RenameOutcomes(const QVR_stringArray& names) {
 }
 
 int QVR_ciDefinition::SetNumberOfOutcomes(const QVR_stringArray& names) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (!names.IsReady() || !names.IsConsistent()) {
@@ -273,7 +273,7 @@ int QVR_ciDefinition::SetNumberOfOutcomes(const QVR_stringArray& names) {
 }
 
 int QVR_ciDefinition::SetNumberOfOutcomes(int count) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (count < 2) {

@@ -106,7 +106,7 @@ int QVR_cpt::StartAfresh(QVR_idArray& ownNames, const QVR_idArray& names) {
 }
 
 int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (!names.IsReady()) {
@@ -127,7 +127,7 @@ int QVR_cpt::SetNumberOfOutcomes(const QVR_stringArray& names) {
 }
 
 int QVR_cpt::SetNumberOfOutcomes(int count) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (count < 1) {

@@ -126,7 +126,7 @@ int QVR_defDchildHparent::ReorderOutcomes(const QVR_intArray& order) {
 }
 
 int QVR_defDchildHparent::SetNumberOfOutcomes(const QVR_stringArray& names) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (!names.IsReady()) {
@@ -144,7 +144,7 @@ int QVR_defDchildHparent::SetNumberOfOutcomes(const QVR_stringArray& names) {
 }
 
 int QVR_defDchildHparent::SetNumberOfOutcomes(int count) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (count < 1) {

@@ -6,6 +6,7 @@
 
 #include "definitions/node_definition.h"
 #include "definitions/outcome_names.h"
+#include "model/dynamic_extension.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -143,6 +144,11 @@ int QVR_nodeDefinition::TestOutcomeGrowth() const {
       return status;
     }
   }
+  if (const QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    if (int status = temporal->TestOutcomeGrowth(handle); status < 0) {
+      return status;
+    }
+  }
   for (const QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
     if (int status = cost->TestParentGrowth(handle); status < 0) {
       return status;
@@ -230,6 +236,9 @@ int QVR_nodeDefinition::OutcomeAdded(int position) {
     return QVR_OKAY;
   }
   network->GetCases().OutcomeAdded(handle, position);
+  if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    temporal->OutcomeAdded(handle, position);
+  }
   const int status =
       TellChildren([&](QVR_nodeDefinition& child) { return child.AddParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
@@ -251,6 +260,9 @@ int QVR_nodeDefinition::OutcomeRemoved(int position, QVR_stringArray& names) {
     return QVR_OKAY;
   }
   network->GetCases().OutcomeRemoved(handle, position);
+  if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    temporal->OutcomeRemoved(handle, position);
+  }
   const int status =
       TellChildren([&](QVR_nodeDefinition& child) { return child.RemoveParentOutcome(handle, position); });
   for (QVR_nodeCost* cost : CostsOfChildren(*network, handle)) {
@@ -271,6 +283,9 @@ int QVR_nodeDefinition::OutcomesReordered(const QVR_intArray& order) {
   }
   if (node->extra) {
     node->extra->PermuteOutcomes(order);
+  }
+  if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    temporal->OutcomesReordered(handle, order);
   }
   const int status =
       TellChildren([&](QVR_nodeDefinition& child) { return child.ReorderParentOutcomes(handle, order); });
@@ -312,6 +327,9 @@ void QVR_nodeDefinition::OutcomesAdopted() {
   if (node->extra && node->extra->GetFaultStates().GetNumItems() != count) {
     node->extra->ResetForOutcomes();
     network->RebuildCostChildren(handle);
+  }
+  if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    temporal->DefinitionChanged(handle);
   }
   const QVR_intArray& list = network->GetChildren(handle);
   for (int child : std::vector<int>(list.begin(), list.end())) {
@@ -358,6 +376,9 @@ int QVR_nodeDefinition::ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray
     ReinitializeValues();
   }
   if (QVR_node* node = OwnNode(); node != nullptr) {
+    if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+      temporal->OutcomesReplaced(handle);
+    }
     node->cost->Rebuild();
     network->GetCases().OutcomesReplaced(handle);
     if (node->extra) {

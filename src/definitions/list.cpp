@@ -166,7 +166,7 @@ int QVR_list::ResetChoices(const QVR_idArray& names) {
 }
 
 int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (!names.IsReady()) {
@@ -181,7 +181,7 @@ int QVR_list::SetNumberOfOutcomes(const QVR_stringArray& names) {
 }
 
 int QVR_list::SetNumberOfOutcomes(int count) {
-  if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {
+  if (HasChildren()) {
     return QVR_HAS_CHILDREN;
   }
   if (count > QVR_Dmatrix::kMaxElements) {

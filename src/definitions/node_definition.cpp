@@ -232,6 +232,11 @@ QVR_node* QVR_nodeDefinition::ParentNode(int parentHandle) const {
              : nullptr;
 }
 
+bool QVR_nodeDefinition::HasChildren() const {
+  return network != nullptr &&
+         (network->GetNumberOfChildren(handle) > 0 || network->IsTemporalParent(handle));
+}
+
 std::vector<int> QVR_nodeDefinition::GetDescendants() const {
   QVR_intArray list;
   if (network != nullptr && network->GetNumberOfChildren(handle) > 0) {

@@ -194,6 +194,8 @@ class QVR_nodeDefinition : public QVR_object {
   // What SetNumberOfOutcomes comes down to: the class is cleared, takes these names into its own array, and
   // is rebuilt; values and records follow.
   int ReplaceOutcomes(QVR_idArray& ownNames, const QVR_idArray& names);
+  // Whether other nodes depend on this one, in its own time slice or a later one.
+  [[nodiscard]] bool HasChildren() const;
   // Removes every ordinary arc into this node.
   void RemoveAllParents();
   // The parent's position in the node's parent list, or -2.

@@ -30,7 +30,8 @@ int EvidencePropagation::StepForward() {
     return QVR_OKAY;
   }
   const int child = children[frame.neighbour];
-  QVR_nodeDefinition* definition = IsDecisionOrUtility(child) ? nullptr : DefinitionOf(child);
+  const bool isPassedOver = IsDecisionOrUtility(child) || SpansSlices(frame.handle, child);
+  QVR_nodeDefinition* definition = isPassedOver ? nullptr : DefinitionOf(child);
   const int count = definition != nullptr ? definition->GetNumberOfOutcomes() : 0;
   if (count > 0 && frame.childOutcome == 0) {
     frame.pattern = FamilyPattern(child);
@@ -66,7 +67,8 @@ void EvidencePropagation::TurnBackward(Frame& frame) {
   pattern.back() = frame.outcome;
   std::vector<int> counts;
   for (const int parent : network.Entry(frame.handle).parents) {
-    counts.push_back(IsDecisionOrUtility(parent) ? 0 : network.Entry(parent).node->GetNumberOfOutcomes());
+    const bool isPassedOver = IsDecisionOrUtility(parent) || SpansSlices(parent, frame.handle);
+    counts.push_back(isPassedOver ? 0 : network.Entry(parent).node->GetNumberOfOutcomes());
   }
   frame.deductions = DefinitionOf(frame.handle)->OnlyPossibleOutcomes(std::move(pattern), counts);
 }
@@ -125,7 +127,7 @@ std::vector<int> EvidencePropagation::FamilyPattern(int handle) const {
   std::vector<int> pattern;
   pattern.reserve(static_cast<std::size_t>(parents.GetNumItems()) + 1);
   for (int parent : parents) {
-    const int outcome = EvidenceOf(parent);
+    const int outcome = SpansSlices(parent, handle) ? QVR_OUT_OF_RANGE : EvidenceOf(parent);
     pattern.push_back(outcome < 0 ? -1 : outcome);
   }
   pattern.push_back(-1);
@@ -134,6 +136,11 @@ std::vector<int> EvidencePropagation::FamilyPattern(int handle) const {
 
 bool EvidencePropagation::IsDecisionOrUtility(int handle) const {
   return (network.Entry(handle).node->GetType() & (kTypeBitDecision | kTypeBitUtility)) != 0;
+}
+
+bool EvidencePropagation::SpansSlices(int parent, int child) const {
+  return network.Entry(parent).dynamicType == kDynamicPlate &&
+         network.Entry(child).dynamicType == kDynamicTerminal;
 }
 
 int EvidencePropagation::EvidenceOf(int handle) const {

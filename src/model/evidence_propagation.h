@@ -41,6 +41,9 @@ class EvidencePropagation {
   // The evidence of each parent, -1 without; and -1 for the node itself.
   [[nodiscard]] std::vector<int> FamilyPattern(int handle) const;
   [[nodiscard]] bool IsDecisionOrUtility(int handle) const;
+  // From the plate to a terminal node: what is known of the parent is about the first slice, and the child
+  // belongs to the last.
+  [[nodiscard]] bool SpansSlices(int parent, int child) const;
   [[nodiscard]] int EvidenceOf(int handle) const;  // negative without
 
   QVR_network& network;

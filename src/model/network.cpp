@@ -3,6 +3,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 
 namespace qvr {
@@ -46,6 +47,7 @@ void QVR_network::CleanUp(int deep) {
 }
 
 void QVR_network::EraseNodes() {
+  dynamicExtension.reset();
   for (QVR_nodeEntry& entry : nodes) {
     entry = QVR_nodeEntry();
   }
@@ -55,6 +57,7 @@ void QVR_network::EraseNodes() {
   numNodes = 0;
   lowestFree = 0;
   targetCount = 0;
+  plateCount = 0;
   valuesInUse = false;
 }
 

@@ -2,6 +2,7 @@
 #ifndef QVR_MODEL_NETWORK_H
 #define QVR_MODEL_NETWORK_H
 
+#include <memory>
 #include <span>
 #include <string>
 #include <utility>
@@ -22,6 +23,7 @@ namespace qvr {
 
 class IXmlBinding;
 class IXmlWriterExtension;
+class QVR_dynamicExtension;
 
 // A handle is an index into the node table. It stays the same for the life of its node; freed slots are
 // reused. Operations return 0 or a status code unless said otherwise; a refused one changes nothing.
@@ -76,8 +78,13 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   void ClearAllTargets();
   [[nodiscard]] int GetTargetCount() const { return targetCount; }
   [[nodiscard]] int GetDynamicType(int handle) const;  // -2 for a bad handle
-  // -4 for an unknown type; -2 where the arcs don't allow it.
+  // -2 for a node that temporal arcs hold in the plate; -4 for an unknown type; -2 where the arcs don't allow
+  // it. A node that leaves the plate loses its evidence by slice.
   int SetDynamicType(int handle, int type);
+  // Temporal arcs, evidence by slice, the slice count; null before the first node gets a temporal type.
+  [[nodiscard]] QVR_dynamicExtension* GetDynamicExtension() const { return dynamicExtension.get(); }
+  QVR_dynamicExtension* UseDynamicExtension();  // made on first use; null if memory is short
+  [[nodiscard]] bool IsTemporalParent(int handle) const;
   // Reinitialises every value that the node indexes: its dimension there has lost its meaning.
   void ReinitializeIndexedValues(int handle);
   // Called by every value that gets a flag or an indexing parent. Before the first, no change of the
@@ -129,6 +136,9 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   void GetEvidenceNodes(QVR_intArray& list) const;  // appends in table order
   // A definition changed: see the codes in definitions/node_definition.h.
   int NotifyChange(int handle, int code);
+  // The temporal part changed; `change` is a bit of relevanceMask. Whatever an order or a slice has to do
+  // with it is beyond the walks, so all values go.
+  void TemporalPartChanged(unsigned change);
   // A definition worked a parent into its numbers, and the arc is gone.
   int ParentAbsorbed(int formerParent, int child);
 
@@ -189,6 +199,8 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   friend class UpdateScope;  // inference/update_driver.cpp: marks an update in progress
   friend class VirtualEvidenceGuard;  // inference/: makes and removes temporary leaves
   friend class EvidencePropagation;   // model/evidence_propagation.h: the entries' bits
+  friend class QVR_dynamicExtension;  // the parent lists of its private network
+  friend class Unrolling;             // inference/unroll.cpp: arcs without a test for each
 
   [[nodiscard]] QVR_nodeEntry& Entry(int handle) { return nodes[static_cast<std::size_t>(handle)]; }
   [[nodiscard]] const QVR_nodeEntry& Entry(int handle) const {
@@ -208,6 +220,13 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   [[nodiscard]] int TestArc(int parent, int child);
   int LinkNodes(std::span<const int> parents, int child, int& linked);
   [[nodiscard]] bool AllowsDynamicArc(int parent, int child) const;
+  int AddTemporalDimensions(std::span<const int> parents, int child, int& added);
+  [[nodiscard]] int TestDynamicType(int handle, int type) const;
+  [[nodiscard]] bool HasPlate() const { return plateCount > 0; }
+  // Makes this the private network of order tables: nobody tests or is told anything but the owner.
+  void BelongTo(QVR_dynamicExtension& newOwner);
+  // In the list and in the definition.
+  int MoveLastParent(int child, int place);
   [[nodiscard]] std::string GenerateNodeId();
   void ClearEntryBits(unsigned bits);
   [[nodiscard]] bool TracksChanges() const { return (updateFlags & UPDATE_TRACK_CHANGES) != 0; }
@@ -241,10 +260,13 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   int lowestFree = 0;  // no slot below it is free
   int delta = kDefaultTableSize;
   int targetCount = 0;
+  int plateCount = 0;  // nodes of the plate
   QVR_intArray topologicalOrder;
   unsigned loadFlags = 0;
-  bool updating = false;     // an update is running: notifications start no further one
-  bool valuesInUse = false;  // some value may have flags or indexing parents
+  std::unique_ptr<QVR_dynamicExtension> dynamicExtension;
+  QVR_dynamicExtension* tablesOf = nullptr;  // in a network of order tables: whose they are
+  bool updating = false;                     // an update is running: notifications start no further one
+  bool valuesInUse = false;                  // some value may have flags or indexing parents
 };
 
 // Turns bits of a network's updateFlags off, and puts them back as they were on every way out.

@@ -1,5 +1,6 @@
 #include "model/network.h"
 
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 
 namespace qvr {
@@ -63,6 +64,10 @@ int QVR_network::AddArcs(std::span<const int> parents, int child) {
       status = GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Arc rejected by child node");
     }
   }
+  if (dynamicExtension && taken > 0) {
+    const int result = AddTemporalDimensions(parents.first(static_cast<std::size_t>(taken)), child, taken);
+    status = result < 0 ? result : status;
+  }
   for (; linked > taken; --linked) {
     DropLast(Entry(parents[static_cast<std::size_t>(linked) - 1]).children);
     DropLast(Entry(child).parents);
@@ -70,6 +75,25 @@ int QVR_network::AddArcs(std::span<const int> parents, int child) {
   if (taken > 0 && (relevanceMask & kRelevanceArcAdded) != 0 && TracksChanges()) {
     InvalidateFrom(child);
     UpdateIfImmediate();
+  }
+  return status;
+}
+
+// The order tables of the child take the parents, up to the first that they can't; from there on the child's
+// own definition doesn't either.
+int QVR_network::AddTemporalDimensions(std::span<const int> parents, int child, int& added) {
+  added = 0;
+  int status = QVR_OKAY;
+  for (const int parent : parents) {
+    status = dynamicExtension->OrdinaryArcAdded(parent, child);
+    if (status < 0) {
+      break;
+    }
+    ++added;
+  }
+  for (std::size_t i = parents.size(); i > static_cast<std::size_t>(added); --i) {
+    Entry(child).node->definition->RemoveParent(parents[i - 1]);
+    DetachArc(parents[i - 1], child);
   }
   return status;
 }
@@ -132,6 +156,9 @@ int QVR_network::RemoveArc(int parent, int child, int layer) {
 
 void QVR_network::DetachArc(int parent, int child) {
   if (IsValidHandle(parent) && IsValidHandle(child)) {
+    if (dynamicExtension) {
+      dynamicExtension->OrdinaryArcRemoved(parent, child);
+    }
     Entry(parent).children.DeleteValue(child);
     Entry(child).parents.DeleteValue(parent);
   }

@@ -1,5 +1,6 @@
 #include <new>
 
+#include "model/dynamic_extension.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -37,6 +38,10 @@ int QVR_network::CopyFrom(const QVR_network& other, bool withTime) {
   int status = QVR_OUT_OF_MEMORY;
   try {
     status = CopyTable(other);
+    if (status >= 0 && withTime && other.dynamicExtension) {
+      dynamicExtension = std::make_unique<QVR_dynamicExtension>(*this);
+      status = dynamicExtension->Assign(*other.dynamicExtension);
+    }
     creation = other.creation;
   } catch (const std::bad_alloc&) {
     status = QVR_OUT_OF_MEMORY;
@@ -49,6 +54,7 @@ int QVR_network::CopyFrom(const QVR_network& other, bool withTime) {
     SetReady(false);
     return status;
   }
+  plateCount = withTime ? other.plateCount : 0;
   if (!withTime) {
     for (QVR_nodeEntry& entry : nodes) {
       entry.dynamicType = kDynamicNormal;

@@ -1,4 +1,5 @@
 // What the network does when evidence or a definition changes.
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 #include "model/evidence_propagation.h"
 #include "model/network.h"
@@ -58,12 +59,17 @@ int QVR_network::EvidenceSet(int handle) {
   if (EvidencePropagation(*this).IsImpossible(handle)) {
     return RefuseImpossible(node);
   }
-  PrepareWalk();
-  Entry(handle).flags |= kEntryVisited;
-  WalkStack stack;
-  PushParents(stack, handle);
-  PushChildren(stack, handle);
-  const bool metUtility = WalkRelevance(stack, kValueAnyEvidence);
+  bool metUtility = false;
+  if (HasPlate()) {
+    InvalidateAll();  // the walk doesn't see temporal arcs
+  } else {
+    PrepareWalk();
+    Entry(handle).flags |= kEntryVisited;
+    WalkStack stack;
+    PushParents(stack, handle);
+    PushChildren(stack, handle);
+    metUtility = WalkRelevance(stack, kValueAnyEvidence);
+  }
   int status = QVR_OKAY;
   if ((updateFlags & UPDATE_PROPAGATE_EVIDENCE) != 0) {
     ClearEntryBits(kEntryVisited);
@@ -117,6 +123,9 @@ int QVR_network::ClearAllEvidence() {
       value->ClearEvidence();
     }
   }
+  if (dynamicExtension) {
+    dynamicExtension->ForgetEvidence();
+  }
   UpdateIfImmediate();
   return QVR_OKAY;
 }
@@ -140,6 +149,9 @@ void QVR_network::GetEvidenceNodes(QVR_intArray& list) const {
 }
 
 int QVR_network::NotifyChange(int handle, int code) {
+  if (tablesOf != nullptr) {
+    return tablesOf->TableChanged(code);
+  }
   if (!TracksChanges() || (relevanceMask & static_cast<unsigned>(code)) == 0) {
     return QVR_OKAY;
   }

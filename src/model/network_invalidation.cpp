@@ -52,6 +52,10 @@ int QVR_network::InvalidateAfterArcRemoval(int formerParent, int child) {
   // Where the change made a deduction, what the deduced node now tells its neighbours is news as well: the
   // walk may not stop there.
   const int known = DeduceAgain() ? kValueEvidence : kValueAnyEvidence;
+  if (HasPlate()) {
+    InvalidateAll();  // the walk doesn't see temporal arcs
+    return QVR_OKAY;
+  }
   PrepareWalk();
   MarkAncestors(softlyObserved);
   WalkStack stack;

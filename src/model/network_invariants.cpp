@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "model/dynamic_extension.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -211,6 +212,7 @@ std::string QVR_network::CheckInvariants() const {
   int occupied = 0;
   int targets = 0;
   int unmatchedArcs = 0;
+  int inPlate = 0;
   for (int handle = 0; handle < GetTableSize(); ++handle) {
     const QVR_nodeEntry& entry = Entry(handle);
     if (!entry.node) {
@@ -220,6 +222,7 @@ std::string QVR_network::CheckInvariants() const {
       continue;
     }
     ++occupied;
+    inPlate += entry.dynamicType == kDynamicPlate ? 1 : 0;
     targets += (entry.flags & kEntryTarget) != 0 ? 1 : 0;
     unmatchedArcs += entry.children.GetNumItems() - entry.parents.GetNumItems() +
                      entry.costChildren.GetNumItems() - entry.costParents.GetNumItems();
@@ -227,8 +230,11 @@ std::string QVR_network::CheckInvariants() const {
       return "node " + std::to_string(handle) + " [" + entry.node->GetId() + "]: " + fault;
     }
   }
-  if (occupied != numNodes || targets != targetCount || unmatchedArcs != 0) {
-    return "the counts of nodes, targets or arcs are wrong";
+  if (occupied != numNodes || targets != targetCount || inPlate != plateCount || unmatchedArcs != 0) {
+    return "the counts of nodes, targets, the plate or arcs are wrong";
+  }
+  if (std::string fault = dynamicExtension ? dynamicExtension->CheckInvariants() : ""; !fault.empty()) {
+    return fault;
   }
   const std::string fault = cases.CheckInvariants();
   return fault.empty() ? CheckIndex() : fault;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 
 namespace qvr {
@@ -198,10 +199,14 @@ int QVR_network::DeleteNode(int handle) {
 void QVR_network::FreeSlot(int handle) {
   QVR_nodeEntry& entry = Entry(handle);
   targetCount -= (entry.flags & kEntryTarget) != 0 ? 1 : 0;
+  plateCount -= entry.dynamicType == kDynamicPlate ? 1 : 0;
   IdentifierStored(handle, entry.node->GetId(), std::string());
   entry = QVR_nodeEntry();
   --numNodes;
   lowestFree = std::min(lowestFree, handle);
+  if (dynamicExtension) {
+    dynamicExtension->NodeDeleted(handle);
+  }
 }
 
 void QVR_network::ReinitializeIndexedValues(int handle) {

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 #include "model/network.h"
 
@@ -271,6 +272,9 @@ bool QVR_node::DropParentsNotTakenBy(int newType) {
 }
 
 bool QVR_node::UpdateChildren(int oldType, int oldCount) {
+  if (QVR_dynamicExtension* temporal = network->GetDynamicExtension()) {
+    temporal->DefinitionChanged(handle);
+  }
   const int newType = GetType();
   const bool countChanged = GetNumberOfOutcomes() != oldCount;
   bool dropped = false;
