@@ -6,6 +6,7 @@
 #include "inference/solver_entries.h"
 #include "inference/solver_runs.h"
 #include "inference/virtual_evidence_guard.h"
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 #include "model/network.h"
 
@@ -50,9 +51,10 @@ void CountKind(int type, NodeKinds& kinds) {
 
 NodeKinds CollectKinds(const QVR_network& network) {
   NodeKinds kinds;
+  const bool canUnroll = network.GetDynamicExtension() != nullptr;
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     CountKind(network.NodeAt(handle)->GetType(), kinds);
-    kinds.temporal = kinds.temporal || network.GetDynamicType(handle) == kDynamicPlate;
+    kinds.temporal = kinds.temporal || (canUnroll && network.GetDynamicType(handle) == kDynamicPlate);
   }
   return kinds;
 }
@@ -120,10 +122,12 @@ int RunEquationFamily(QVR_network& network) {
   return RunEquationSolver(network);
 }
 
+int SolveTemporal(const QVR_network& network) { return network.GetDynamicExtension()->SolveUnrolled(); }
+
 int Solve(QVR_network& network) {
   switch (ChooseFamily(CollectKinds(network))) {
     case SolverFamily::Temporal:
-      return Refuse("The solver for temporal networks isn't built in.");
+      return SolveTemporal(network);
     case SolverFamily::Unsolvable:
       return Refuse("Unable to handle hybrid networks in influence diagrams.");
     case SolverFamily::Decision:

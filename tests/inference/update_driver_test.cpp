@@ -7,6 +7,7 @@
 #include "inference/table_rescale.h"
 #include "model/error_log.h"
 #include "model/network.h"
+#include "model/dynamic_extension.h"
 #include "support/describe_network.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
@@ -66,9 +67,9 @@ TEST(UpdateDriver, NamesTheSolverThatIsMissing) {
     // A node inside the temporal plate outweighs all others.
     GetErrorLog().Clear();
     ASSERT_EQ(network.SetDynamicType(AddOfType(network, kTypeCpt), kDynamicPlate), QVR_OKAY);
+    ASSERT_EQ(network.GetDynamicExtension()->SetSliceCount(0), QVR_OKAY);
     EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_RANGE);
-    EXPECT_EQ(LogGuard::Messages(),
-              std::vector<std::string>{"The solver for temporal networks isn't built in."});
+    EXPECT_EQ(LogGuard::Messages(), std::vector<std::string>{"Number of slices must be at least 1"});
   }
 }
 
