@@ -44,6 +44,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   using Callbacks = XmlCallbacks<XmlNetLoader>;
   using DefinitionSetter = Callbacks::Member;  // what an element's definition does at the end; may be null
   class NodeBinding;
+  class TemporalBinding;
   friend class XmlHandler<XmlNetLoader>;
   struct NodeAttributes;
 
@@ -64,6 +65,7 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void AddEquationNodes(Binding& nodes);   // xml_net_loader_equation.cpp
   void AddObservationCosts();              // xml_net_loader_costs.cpp
   void AddCases();                         // xml_net_loader_cases.cpp
+  void AddTemporalPart();                  // xml_net_loader_dynamic.cpp
   void AddExtensions(IXmlBinding* extensionBinding);
   void AddSkipped(const char* name);
 
@@ -98,6 +100,8 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void MoveDoubles(QVR_doubleArray& to);
   void EndCpt(IXmlReader& reader);
   [[nodiscard]] long long CountParentConfigurations() const;
+  [[nodiscard]] int ParentCount() const;
+  [[nodiscard]] long long StateCount() const;
   [[nodiscard]] long long CountParentsWithoutOutcomes() const;
   [[nodiscard]] QVR_node& CurrentNode() const;
   // The position of the word, the fallback for an empty one, or -2.
@@ -174,6 +178,14 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   void EndSoftEvidence(IXmlReader& reader);
   void StartCaseTarget(IXmlReader& reader);
 
+  // --- the temporal part: xml_net_loader_dynamic.cpp
+  void StartDynamic(IXmlReader& reader);
+  void EndDynamic(IXmlReader& reader);
+  void StartTemporal();
+  void EndTemporal(int definitionType, DefinitionSetter applyDefinition);
+  bool TakeTemporalParents(DefinitionSetter applyDefinition);
+  bool RefuseOversizedGrowth(int parent);
+
   QVR_network& network;
   int currentNode = -1;  // the handle of the node that is or was last open
   QVR_nodeDefinition* definition = nullptr;
@@ -197,6 +209,9 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   std::vector<std::string> expressions;            // that parse
   std::vector<DiscretizationInterval> intervals;
   CanonicalNumbers canonical;
+
+  int sliceCount = 0;
+  int order = 0;  // of the open element under "dynamic"
 
   Binding* rootBinding = nullptr;
   Binding* parentsBinding = nullptr;

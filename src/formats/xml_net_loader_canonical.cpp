@@ -133,7 +133,7 @@ void XmlNetLoader::EndCiParameters(IXmlReader& /*reader*/) { MoveDoubles(canonic
 
 void XmlNetLoader::EndCast(IXmlReader& /*reader*/) {
   auto& cast = static_cast<QVR_cast&>(*definition);
-  const bool hasParents = network.GetNumberOfParents(currentNode) > 0;
+  const bool hasParents = ParentCount() > 0;
   if (cast.SetBaseline(canonical.baseline) < 0) {
     Abort("SetBaseline failed");
   } else if (hasParents && cast.SetPositiveWeights(canonical.positiveWeights) < 0) {
@@ -145,7 +145,7 @@ void XmlNetLoader::EndCast(IXmlReader& /*reader*/) {
 
 void XmlNetLoader::EndDeMorgan(IXmlReader& /*reader*/) {
   auto& demorgan = static_cast<QVR_demorgan&>(*definition);
-  const bool hasParents = network.GetNumberOfParents(currentNode) > 0;
+  const bool hasParents = ParentCount() > 0;
   if (demorgan.SetPriorBelief(canonical.priorBelief) < 0) {
     Abort("SetPriorBelief failed");
   } else if (hasParents && demorgan.SetParentWeights(canonical.parentWeights) < 0) {
@@ -169,7 +169,7 @@ void XmlNetLoader::EndNoisyMax(IXmlReader& /*reader*/) {
 bool XmlNetLoader::SetStrengths(QVR_noisyMAX& noisyMax) {
   std::span<const int> left = canonical.strengths;
   std::vector<std::vector<int>> strengths;
-  for (int parent = 0; parent < network.GetNumberOfParents(currentNode); ++parent) {
+  for (int parent = 0; parent < ParentCount(); ++parent) {
     const std::size_t count = noisyMax.GetStrengths(parent).size();
     if (count > left.size()) {
       return false;
@@ -196,7 +196,7 @@ void XmlNetLoader::EndNoisyAdder(IXmlReader& /*reader*/) {
   }
   const int weightCount = canonical.parentWeights.GetSize();
   if (weightCount > 0 && adder.SetParentWeights(canonical.parentWeights) < 0) {
-    Abort(WrongSize(weightCount, network.GetNumberOfParents(currentNode) + 1));
+    Abort(WrongSize(weightCount, ParentCount() + 1));
     return;
   }
   adder.SetFunction(canonical.function);
@@ -207,7 +207,7 @@ void XmlNetLoader::EndNoisyAdder(IXmlReader& /*reader*/) {
 
 bool XmlNetLoader::SetDistinguishedStates(QVR_noisyAdder& adder) {
   const std::vector<int>& states = canonical.distinguishedStates;
-  const int parentCount = network.GetNumberOfParents(currentNode);
+  const int parentCount = ParentCount();
   if (static_cast<int>(states.size()) != parentCount + 1) {
     Abort("Size of distinguished state vector is invalid: " + std::to_string(states.size()) + ", expected" +
           std::to_string(parentCount + 1));
@@ -226,7 +226,7 @@ bool XmlNetLoader::RefuseOversizedParameters(long long most) {
   for (const int parent : parents) {
     rows += std::max(network.NodeAt(parent)->GetNumberOfOutcomes(), 0);
   }
-  const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
+  const long long states = StateCount();
   const int size = canonical.ciParameters.GetSize();
   if (definition->GetType() == kTypeNoisyAdder && size == 0) {
     most = QVR_Dmatrix::kMaxElements;

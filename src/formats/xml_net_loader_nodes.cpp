@@ -147,7 +147,7 @@ struct XmlNetLoader::TableDemand {
 };
 
 XmlNetLoader::TableDemand XmlNetLoader::MeasureTable(DefinitionSetter applyDefinition) const {
-  const auto states = static_cast<long long>(std::max<std::size_t>(stateIds.size(), 2));
+  const long long states = StateCount();
   const long long configurations = CountParentConfigurations();
   switch (definition->GetType()) {
     case kTypeCpt:
@@ -190,6 +190,16 @@ bool XmlNetLoader::RefuseOversizedTable(DefinitionSetter applyDefinition) {
     Abort(demand.tooFewNumbers);
   }
   return IsAborted();
+}
+
+// Of the open definition; under "dynamic" that isn't the node's own, and the node has its states already.
+int XmlNetLoader::ParentCount() const {
+  return definition->GetNetwork()->GetNumberOfParents(definition->GetHandle());
+}
+
+long long XmlNetLoader::StateCount() const {
+  return std::max(static_cast<long long>(stateIds.size()),
+                  static_cast<long long>(CurrentNode().GetNumberOfOutcomes()));
 }
 
 long long XmlNetLoader::CountParentsWithoutOutcomes() const {

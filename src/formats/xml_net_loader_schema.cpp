@@ -44,7 +44,7 @@ void XmlNetLoader::BuildSchema(IXmlBinding* extensionBinding) {
   AddNodes();
   AddObservationCosts();
   AddExtensions(extensionBinding);
-  AddSkipped("dynamic");
+  AddTemporalPart();
   AddCases();
 }
 
