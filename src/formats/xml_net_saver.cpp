@@ -88,6 +88,7 @@ void XmlNetworkSaver::WriteDocument() {
   WriteNetworkProperties();
   WriteAlgorithmParameters();
   WriteNodes();
+  WriteDynamic();
   WriteCosts();
   WriteCases();
   WriteExtension();

@@ -12,6 +12,7 @@
 namespace qvr {
 
 class QVR_case;
+class QVR_dynamicExtension;
 class QVR_network;
 class QVR_node;
 class QVR_userProperties;
@@ -46,6 +47,10 @@ class XmlNetworkSaver : private XmlWriter, private NodeDefVisitor {
   void WriteProperties(const QVR_userProperties& properties);
   // The identifiers of the nodes, blanks between; nothing without any.
   void WriteParents(const QVR_intArray& handles);
+
+  // --- the temporal part: xml_net_saver_dynamic.cpp
+  void WriteDynamic();
+  void WriteTemporalDefinition(QVR_dynamicExtension& temporal, int handle, int order);
 
   // --- node elements: xml_net_saver_nodes.cpp. They leave the element open: what closes it is
   // currentElement.
