@@ -1,4 +1,5 @@
-// The temporal part: the number of slices, and for nodes of the plate the parents and the table of each order.
+// The temporal part: the number of slices, and for nodes of the plate the parents and the table of each
+// order.
 #include "formats/xml_net_saver.h"
 #include "model/dynamic_extension.h"
 

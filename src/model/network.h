@@ -222,6 +222,7 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   [[nodiscard]] bool AllowsDynamicArc(int parent, int child) const;
   int AddTemporalDimensions(std::span<const int> parents, int child, int& added);
   [[nodiscard]] int TestDynamicType(int handle, int type) const;
+  void FlattenValue(int handle);
   [[nodiscard]] bool HasPlate() const { return plateCount > 0; }
   // Makes this the private network of order tables: nobody tests or is told anything but the owner.
   void BelongTo(QVR_dynamicExtension& newOwner);

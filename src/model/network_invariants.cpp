@@ -133,6 +133,10 @@ std::string CheckValue(const QVR_network& network, const QVR_node& node) {
   std::vector<int> sizes = DimensionsOf(network, node.value->GetIndexingParents());
   sizes.push_back(hasOutcomes ? node.GetNumberOfOutcomes() : 1);
   const QVR_Dmatrix* matrix = node.value->GetMatrix();
+  if (network.GetDynamicType(node.handle) == kDynamicPlate && matrix != nullptr &&
+      matrix->GetNumDimensions() == static_cast<int>(sizes.size()) + 1) {
+    sizes.insert(sizes.begin(), matrix->GetDimension(0));  // the slices of the last update
+  }
   // One that found no memory is empty until the next update.
   const bool holdsResult = matrix != nullptr && (matrix->GetNumElements() > 0 || node.value->IsValueValid());
   if (holdsResult && !matrix->HasShape(sizes)) {

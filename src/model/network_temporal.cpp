@@ -1,4 +1,5 @@
 // Where nodes stand relative to the plate.
+#include <array>
 #include <new>
 
 #include "model/dynamic_extension.h"
@@ -75,11 +76,28 @@ int QVR_network::SetDynamicType(int handle, int type) {
     }
   }
   dynamicExtension->ForgetEvidence(handle);
+  if (oldType == kDynamicPlate) {
+    FlattenValue(handle);
+  }
   plateCount += (type == kDynamicPlate ? 1 : 0) - (oldType == kDynamicPlate ? 1 : 0);
   entry.dynamicType = type;
   cases.DynamicTypeChanged(handle, oldType);
   TemporalPartChanged(kDefinitionReplaced);
   return QVR_OKAY;
+}
+
+// Outside the plate a value has no slices.
+void QVR_network::FlattenValue(int handle) {
+  QVR_node& node = *Entry(handle).node;
+  const QVR_Dmatrix* matrix = node.value ? node.value->GetMatrix() : nullptr;
+  const int count = node.GetNumberOfOutcomes();
+  if (matrix == nullptr || count < 1 || matrix->HasShape(std::array{count})) {
+    return;
+  }
+  node.value->ShapeAsVector(count);
+  if (const int outcome = node.value->HasEvidence() ? node.value->GetEvidence() : -1; outcome >= 0) {
+    node.value->GetMatrix()->Subscript(outcome) = 1.0;
+  }
 }
 
 QVR_dynamicExtension* QVR_network::UseDynamicExtension() {

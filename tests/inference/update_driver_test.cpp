@@ -5,9 +5,9 @@
 #include <string>
 
 #include "inference/table_rescale.h"
+#include "model/dynamic_extension.h"
 #include "model/error_log.h"
 #include "model/network.h"
-#include "model/dynamic_extension.h"
 #include "support/describe_network.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
