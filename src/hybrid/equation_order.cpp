@@ -111,7 +111,11 @@ int EquationOrdering::GatherMembers(OpenUnit& opened) {
       if (named < 0 || network.NodeAt(named)->GetType() != kTypeEquationScc) {
         return QVR_OUT_OF_RANGE;
       }
-      if (StateOf(named) == State::Waiting && !network.NodeAt(named)->value->HasEvidence()) {
+      const QVR_valEqEvaluation* value = EquationValue(network, named);
+      if (value == nullptr) {
+        return QVR_OBJECT_NOT_READY;
+      }
+      if (StateOf(named) == State::Waiting && !value->HasEvidence()) {
         StateOf(named) = State::Gathering;
         members.push_back(named);
       } else if (StateOf(named) != State::Gathering) {

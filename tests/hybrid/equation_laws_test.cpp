@@ -71,7 +71,9 @@ TEST(EquationLaws, HaveTheirMomentsAndQuantiles) {
     std::string ofChild = std::string("x=") + law.name + "(" + law.before;
     for (const std::string& argument : law.arguments) {
       const std::string id(1, &argument == law.arguments.data() ? 'a' : 'b');
-      AddEquation(network, id.c_str(), (id + "=" + argument).c_str());
+      std::string text = id + "=";
+      text += argument;
+      AddEquation(network, id.c_str(), text.c_str());
       ofRoot += (id == "b" ? "," : "") + argument;
       ofChild += (id == "b" ? "," : "") + id;
     }
