@@ -116,6 +116,7 @@ int Unrolling::Build(QVR_intArray& handleMap) {
   }
   const UpdateFlagsOff quiet(unrolled, UPDATE_TRACK_CHANGES);
   unrolled.loadFlags = kLoadVouchesForGraph | kLoadAcceptsDuplicateIds;
+  unrolled.valuesInUse = false;  // none is indexed by a copy: nobody need look for it in all of them
   SortPlate();
   for (int place = 0; place < plateCount; ++place) {
     PlateNode& node = plate[static_cast<std::size_t>(place)];
@@ -132,6 +133,7 @@ int Unrolling::Build(QVR_intArray& handleMap) {
   if (status >= 0) {
     status = EnterEvidence(handleMap);
   }
+  unrolled.valuesInUse = true;
   unrolled.loadFlags = 0;
   return status;
 }
