@@ -230,11 +230,8 @@ TEST(XmlNetLoader, SkipsWhatItDoesNotKnow) {
   const LogGuard guard;
   QVR_network network;
   EXPECT_TRUE(Load("<orbel id='x' version='1' new=''>\n<nodes>\n<magic><cpt id='m'/></magic>\n" + Root("a") +
-                       "</nodes>
-"
-                       "<extensions><b c=''><d/></b></extensions>
-"
-                       "</orbel>",
+                       "</nodes>\n"
+                       "<extensions><b c=''><d/></b></extensions>\n</orbel>",
                    network));
   EXPECT_EQ(LogGuard::Messages(QVR_FILE_ERROR_100),
             (Strings{"Warning: Ignored unknown attribute 'new' in 'orbel' at 1, 0",
