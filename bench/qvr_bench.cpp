@@ -1,6 +1,6 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what samples, canonical nodes, formulas, equation networks and influence diagrams cost. Every network runs
-// in a child process, so that none adds to another's peak memory.
+// what samples, canonical nodes, formulas, equation and hybrid networks, influence diagrams and temporal plates
+// cost. Every network runs in a child process, so that none adds to another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +13,7 @@
 #include "measurement.h"
 #include "model/network.h"
 #include "samplers.h"
+#include "temporal.h"
 #include "workload.h"
 
 namespace qvr {
@@ -77,5 +78,6 @@ int main(int argumentCount, char** arguments) {
   allMeasured = qvr::MeasureFormulas() && allMeasured;
   allMeasured = qvr::MeasureEquations() && allMeasured;
   allMeasured = qvr::MeasureDiagrams() && allMeasured;
+  allMeasured = qvr::MeasureTemporal() && allMeasured;
   return allMeasured ? 0 : 1;
 }

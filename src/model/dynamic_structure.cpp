@@ -117,10 +117,11 @@ std::string QVR_dynamicExtension::CheckInvariants() const {
   fault += temporalNetwork.GetNumberOfNodes() == total && shadows.size() == shadowKeys.size()
                ? ""
                : "nodes of the tables' network that nothing refers to";
-  for (const auto& [handle, slices] : evidence) {
-    const bool fits = IsInPlate(handle) && std::all_of(slices.begin(), slices.end(), [&](const auto& entry) {
-                        return entry.second < network.NodeAt(handle)->GetNumberOfOutcomes();
-                      });
+  for (const auto& entry : evidence) {
+    const QVR_node* node = IsInPlate(entry.first) ? network.NodeAt(entry.first) : nullptr;
+    const int count = node != nullptr ? node->GetNumberOfOutcomes() : 0;
+    const bool fits =
+        std::ranges::all_of(entry.second, [count](const auto& of) { return of.second < count; });
     fault += fits ? "" : "evidence that no slice can have";
   }
   return fault;
