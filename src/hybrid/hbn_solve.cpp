@@ -73,12 +73,11 @@ int HbnConversion::ConvertNode(int handle) {
   if (form == nullptr) {
     return QVR_OUT_OF_RANGE;
   }
-  const double lower = definition->GetLowerBound();
-  const double upper = definition->GetUpperBound();
+  const ValueRange range = {definition->GetLowerBound(), definition->GetUpperBound()};
   // A distribution node has no sign, so a negated law takes an auxiliary variable to carry it.
   return form->GetType() == ExpressionType::Distribution && form->sign > 0
-             ? AddDistributionNode(scratch, node.GetId(), *form, lower, upper)
-             : ConvertEquation(scratch, node.GetId(), *form, source, auxiliaryCounter, lower, upper);
+             ? AddDistributionNode(scratch, node.GetId(), *form, range)
+             : ConvertEquation(scratch, node.GetId(), *form, source, auxiliaryCounter, range);
 }
 
 int HbnConversion::ConvertNodes() {

@@ -12,7 +12,7 @@ namespace qvr {
 namespace {
 
 // Where uninformed draws of an auxiliary node may lie.
-constexpr double kAuxiliaryBound = 10.0;
+constexpr ValueRange kAuxiliaryRange = {-10.0, 10.0};
 
 std::string AuxiliaryText(int counter) {
   auto rest = static_cast<unsigned>(counter);
@@ -25,8 +25,7 @@ std::string AuxiliaryText(int counter) {
 }
 
 // A new node with its bounds.
-int AddContinuousNode(QVR_network& scratch, int type, const std::string& id, double lowerBound,
-                      double upperBound) {
+int AddContinuousNode(QVR_network& scratch, int type, const std::string& id, const ValueRange& range) {
   const int handle = scratch.AddNode(type, id.c_str());
   if (handle < 0) {
     return handle;
@@ -35,8 +34,8 @@ int AddContinuousNode(QVR_network& scratch, int type, const std::string& id, dou
   if (definition == nullptr) {
     return QVR_OUT_OF_MEMORY;
   }
-  definition->SetLowerBound(lowerBound);
-  definition->SetUpperBound(upperBound);
+  definition->SetLowerBound(range.lowerBound);
+  definition->SetUpperBound(range.upperBound);
   return handle;
 }
 
@@ -68,7 +67,7 @@ int SplitOffDistributions(QVR_network& scratch, ExpressionPtr& form, const QVR_n
   for (ExpressionPtr* slot : slots) {
     std::string id;
     MakeAuxiliaryId(id, auxiliaryCounter, scratch, source);
-    const int handle = AddDistributionNode(scratch, id, **slot, -kAuxiliaryBound, kAuxiliaryBound);
+    const int handle = AddDistributionNode(scratch, id, **slot, kAuxiliaryRange);
     if (handle < 0) {
       return handle;
     }
@@ -105,8 +104,8 @@ void MakeAuxiliaryId(std::string& text, int& auxiliaryCounter, const QVR_network
 }
 
 int AddDistributionNode(QVR_network& scratch, const std::string& id, const QVR_expression& distribution,
-                        double lowerBound, double upperBound) {
-  const int handle = AddContinuousNode(scratch, kTypeDistribution, id, lowerBound, upperBound);
+                        const ValueRange& range) {
+  const int handle = AddContinuousNode(scratch, kTypeDistribution, id, range);
   if (handle < 0) {
     return handle;
   }
@@ -124,14 +123,14 @@ int AddDistributionNode(QVR_network& scratch, const std::string& id, const QVR_e
 }
 
 int ConvertEquation(QVR_network& scratch, const std::string& id, const QVR_expression& form,
-                    const QVR_network& source, int& auxiliaryCounter, double lowerBound, double upperBound) {
+                    const QVR_network& source, int& auxiliaryCounter, const ValueRange& range) {
   ExpressionPtr formula = form.Clone();
   std::vector<int> auxiliaries;
   if (const int status = SplitOffDistributions(scratch, formula, source, auxiliaryCounter, auxiliaries);
       status < 0) {
     return status;
   }
-  const int handle = AddContinuousNode(scratch, kTypeHEquation, id, lowerBound, upperBound);
+  const int handle = AddContinuousNode(scratch, kTypeHEquation, id, range);
   if (handle < 0) {
     return handle;
   }

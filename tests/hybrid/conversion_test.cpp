@@ -258,7 +258,7 @@ TEST(HybridConversion, SplitsOffDistributionsAndSolvesForEveryParent) {
   const int z = scratch.AddNode(kTypeDistribution, "z");
   const ExpressionPtr form = QVR_expression::Parse("y-Normal(z,1)", nullptr, nullptr);
   int counter = 1;
-  const int x = ConvertEquation(scratch, "x", *form, source, counter, -3, 4);
+  const int x = ConvertEquation(scratch, "x", *form, source, counter, {-3, 4});
   ASSERT_GE(x, 0);
   const int auxiliary = scratch.FindNode("c");
   EXPECT_EQ(ListOf(scratch.GetParents(auxiliary)), std::vector<int>{z});

@@ -199,37 +199,41 @@ MixedReference::MixedReference(const MixedModel& model, const std::map<int, doub
   }
 }
 
-// What the Weighted node has to say is integrated over its parent, on which all else depends linearly.
-void MixedReference::AddState(const MixedModel& model, const std::map<int, double>& evidence,
-                              unsigned state) {
-  GaussianReference given(GivenState(model, state));
+double MixedReference::Observe(const MixedModel& model, const std::map<int, double>& evidence, unsigned state,
+                               GaussianReference& given) {
   double weight = 1.0;
-  int pivot = -1;
-  const MixedNode* weighted = nullptr;
   for (int i = 0; i < static_cast<int>(model.size()); ++i) {
     const MixedNode& node = model[static_cast<std::size_t>(i)];
     const auto observed = evidence.find(i);
     if (node.kind == MixedKind::Table) {
       const double probability = node.terms[Combination(node, state)][0];
       weight *= StateOf(state, i) == 1 ? probability : 1 - probability;
-    } else if (node.kind == MixedKind::Weighted) {
-      weighted = &node;
-      pivot = node.continuousParents[0];
-    } else if (observed != evidence.end()) {
+    } else if (!node.IsDiscrete() && observed != evidence.end()) {
       isDefined = isDefined && given.Deviation(i) > kLeastFreedom;
       weight *= NormalDensity(observed->second, given.Mean(i), given.Deviation(i));
       given.Observe(i, observed->second);
     }
   }
+  return weight;
+}
+
+// What the Weighted node has to say is integrated over its parent, on which all else depends linearly.
+void MixedReference::AddState(const MixedModel& model, const std::map<int, double>& evidence,
+                              unsigned state) {
+  GaussianReference given(GivenState(model, state));
+  const double weight = Observe(model, evidence, state, given);
+  const auto weighted = std::find_if(model.begin(), model.end(),
+                                     [](const MixedNode& node) { return node.kind == MixedKind::Weighted; });
+  const int pivot = weighted == model.end() ? -1 : weighted->continuousParents[0];
   const double spread = pivot < 0 || evidence.contains(pivot) ? 0.0 : given.Deviation(pivot);
   const int cells = spread > 1e-9 ? kCells : 0;
   for (int cell = 0; cell <= cells; ++cell) {
     const double z = cells == 0 ? 0.0 : kReach * (2.0 * cell / cells - 1.0);
     double mass = weight * (cells == 0 ? 1.0 : NormalDensity(z, 0, 1) * 2 * kReach / cells);
-    if (weighted != nullptr) {
+    if (pivot >= 0) {
       const std::vector<double>& row = weighted->terms[Combination(*weighted, state)];
       const double odds = std::exp(row[0] + row[1] * (given.Mean(pivot) + z * spread));
-      const int self = static_cast<int>(weighted - model.data());
+      const int self = static_cast<int>(weighted - model.begin());
       mass *= (StateOf(state, self) == 1 ? odds : 1.0) / (1 + odds);
     }
     total += mass;

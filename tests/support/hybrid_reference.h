@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "model/network.h"
+#include "support/gaussian_reference.h"
 #include "support/random_network.h"
 
 namespace qvr {
@@ -47,6 +48,9 @@ class MixedReference {
 
  private:
   void AddState(const MixedModel& model, const std::map<int, double>& evidence, unsigned state);
+  // Of the tables, and the density of what is observed, which `given` then takes on.
+  double Observe(const MixedModel& model, const std::map<int, double>& evidence, unsigned state,
+                 GaussianReference& given);
 
   bool isDefined = true;
   double total = 0.0;
