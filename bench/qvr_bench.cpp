@@ -10,6 +10,7 @@
 #include "diagrams.h"
 #include "equations.h"
 #include "formulas.h"
+#include "hybrid_sampling.h"
 #include "measurement.h"
 #include "model/network.h"
 #include "samplers.h"
@@ -77,6 +78,7 @@ int main(int argumentCount, char** arguments) {
   qvr::PrintCanonicalExpansion();
   allMeasured = qvr::MeasureFormulas() && allMeasured;
   allMeasured = qvr::MeasureEquations() && allMeasured;
+  allMeasured = qvr::MeasureHybridSampling() && allMeasured;
   allMeasured = qvr::MeasureDiagrams() && allMeasured;
   allMeasured = qvr::MeasureTemporal() && allMeasured;
   return allMeasured ? 0 : 1;
