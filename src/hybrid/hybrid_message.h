@@ -16,7 +16,6 @@ class QVR_hybridMessage {
   QVR_hybridMessage(const QVR_hybridMessage&) = delete;
   QVR_hybridMessage& operator=(const QVR_hybridMessage&) = delete;
 
-  [[nodiscard]] virtual bool IsDiscrete() const = 0;
   virtual void AddValue(double value, double weight) = 0;
   virtual void Normalize() = 0;
   // Whether anything of a weight above 0 was added.
@@ -52,7 +51,6 @@ class QVR_continuousMessage final : public QVR_hybridMessage {
   QVR_continuousMessage(double newLow, double newHigh, double newTolerance)
       : low(newLow), high(newHigh), tolerance(newTolerance) {}
 
-  [[nodiscard]] bool IsDiscrete() const override { return false; }
   void AddValue(double value, double weight) override;
   // A number that was drawn with this density and has this likelihood: a pair of weight likelihood / density.
   void AddLikelihood(double value, double likelihood, double density);
@@ -86,7 +84,6 @@ class QVR_discreteMessage final : public QVR_hybridMessage {
   explicit QVR_discreteMessage(int outcomeCount)
       : vector(static_cast<std::size_t>(outcomeCount), 1.0 / outcomeCount) {}
 
-  [[nodiscard]] bool IsDiscrete() const override { return true; }
   void AddValue(double value, double weight) override;
   void Normalize() override;
   [[nodiscard]] bool HasWeight() const override { return hasWeight; }

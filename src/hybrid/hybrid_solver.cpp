@@ -106,10 +106,7 @@ int HybridSolver::SolveByMessages() {
   return QVR_OKAY;
 }
 
-void HybridSolver::PassMessages() {
-  MessagePassing(compiled, *this).Run();
-  flags |= kMessagesSetUp;
-}
+void HybridSolver::PassMessages() { MessagePassing(compiled, *this).Run(); }
 
 bool HybridSolver::IsRequested(const QVR_hybridSampleNode& node) const {
   return compiled.network.GetTargetCount() == 0 || compiled.network.IsTarget(node.handle) == 1;

@@ -12,7 +12,6 @@ namespace qvr {
 class HybridSampler;
 
 // Flags of HybridSolver.
-inline constexpr int kMessagesSetUp = 1;
 inline constexpr int kMessagesPropose = 2;  // nodes draw from their belief messages, too
 inline constexpr int kUnsupportedNode = 16;
 
