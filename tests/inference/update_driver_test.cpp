@@ -40,18 +40,19 @@ int AddOfType(QVR_network& network, int type) {
 struct RefusalCase {
   std::vector<int> types;
   const char* message;
+  int status = QVR_OUT_OF_RANGE;
 };
 
-TEST(UpdateDriver, NamesTheSolverThatIsMissing) {
-  constexpr const char* kHybrid = "The solver for hybrid networks isn't built in.";
+TEST(UpdateDriver, RefusesWhatNoSolverTakes) {
+  constexpr const char* kHybrid = "No useful samples have been generated for some of nodes.";
   constexpr const char* kMixedDecision = "Unable to handle hybrid networks in influence diagrams.";
   constexpr const char* kMixedEquation = "Unable to handle hybrid networks with equation solver.";
   const RefusalCase cases[] = {
       {{kTypeDistribution, kTypeEquation}, kMixedEquation},
       {{kTypeEquation, kTypeCpt}, kMixedEquation},
-      {{kTypeDChildHParent, kTypeCpt}, kHybrid},
-      {{kTypeDistribution}, kHybrid},
-      {{kTypeHEquation}, kHybrid},
+      {{kTypeDChildHParent, kTypeCpt}, kHybrid, QVR_NO_SAMPLES},
+      {{kTypeDistribution}, kHybrid, QVR_NO_SAMPLES},
+      {{kTypeHEquation}, kHybrid, QVR_NO_SAMPLES},
       {{kTypeTable, kTypeEquationScc}, kMixedDecision},
       {{kTypeHEquation, kTypeList}, kMixedDecision},
   };
@@ -62,8 +63,8 @@ TEST(UpdateDriver, NamesTheSolverThatIsMissing) {
     for (const int type : refusal.types) {
       AddOfType(network, type);
     }
-    EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_RANGE);
-    EXPECT_EQ(LogGuard::Messages(QVR_OUT_OF_RANGE), std::vector<std::string>{refusal.message});
+    EXPECT_EQ(network.UpdateBeliefs(), refusal.status);
+    EXPECT_EQ(LogGuard::Messages(refusal.status), std::vector<std::string>{refusal.message});
     // A node inside the temporal plate outweighs all others.
     GetErrorLog().Clear();
     ASSERT_EQ(network.SetDynamicType(AddOfType(network, kTypeCpt), kDynamicPlate), QVR_OKAY);
