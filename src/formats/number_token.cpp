@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <system_error>
+#include <utility>
 
 #include "model/special_numbers.h"
 
@@ -16,6 +17,16 @@ bool ReadWholeDouble(const std::string& text, double& out) {
     return false;
   }
   out = value;
+  return true;
+}
+
+bool ReadWholeInt(const std::string& text, int& out) {
+  const char* end = nullptr;
+  const long long value = ReadLeadingInteger(text.c_str(), end);
+  if (text.empty() || end != text.data() + text.size() || !std::in_range<int>(value)) {
+    return false;
+  }
+  out = static_cast<int>(value);
   return true;
 }
 

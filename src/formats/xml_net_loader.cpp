@@ -1,5 +1,6 @@
 #include "formats/xml_net_loader.h"
 
+#include "formats/xml_tarvo_loader.h"
 #include "formats/xml_version.h"
 #include "model/network.h"
 
@@ -9,6 +10,11 @@ namespace {
 constexpr const char* kSupportedVersion = "1.0";
 
 }  // namespace
+
+IXmlBinding& NoReaderExtension() {
+  static XmlBinding none(nullptr, "", kXmlLax);
+  return none;
+}
 
 bool LoadXmlNetwork(const char* fileName, const char* text, QVR_network& network,
                     IXmlBinding* extensionBinding) {
@@ -21,7 +27,11 @@ XmlNetLoader::XmlNetLoader(QVR_network& newNetwork) : network(newNetwork) {}
 bool XmlNetLoader::Load(const char* path, const char* text, IXmlBinding* extensionBinding) {
   const std::string name = path == nullptr ? "" : path;
   SetFileName(path == nullptr ? nullptr : &name);
-  BuildSchema(extensionBinding);
+  XmlTarvoLoader frontEnd(*this, network);
+  if (extensionBinding == nullptr) {
+    extensionBinding = &frontEnd.GetBinding();
+  }
+  BuildSchema(extensionBinding == &NoReaderExtension() ? nullptr : extensionBinding);
   const bool result =
       path != nullptr ? ParseFile(path, *rootBinding, this) : ParseString(text, *rootBinding, this);
   if (result) {

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <memory>
-#include <span>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -25,9 +24,13 @@ class QVR_noisyAdder;
 class QVR_noisyMAX;
 class QVR_nodeDefinition;
 
-// Fills the network from the file, or without a file name from the text. With an extension binding the
-// element "extensions" must hold that one element; with none it is skipped. False after an error, which
-// has been logged; what had been built up to there stays in the network.
+// Stands for no extension where null asks for the front-end's.
+[[nodiscard]] IXmlBinding& NoReaderExtension();
+
+// Fills the network from the file, or without a file name from the text. The element "extensions", if there
+// is one, must hold the element of the binding, which for null is that of the front-end; without a binding
+// all in it is skipped. False after an error, which has been logged; what had been built up to there stays
+// in the network.
 bool LoadXmlNetwork(const char* fileName, const char* text, QVR_network& network,
                     IXmlBinding* extensionBinding);
 
@@ -104,9 +107,6 @@ class XmlNetLoader : private XmlReader, private XmlErrorHandler {
   [[nodiscard]] long long StateCount() const;
   [[nodiscard]] long long CountParentsWithoutOutcomes() const;
   [[nodiscard]] QVR_node& CurrentNode() const;
-  // The position of the word, the fallback for an empty one, or -2.
-  [[nodiscard]] static int FindWord(const std::string& word, std::span<const char* const> words,
-                                    int fallback);
 
   // --- canonical nodes: xml_net_loader_canonical.cpp
   bool ReadAdderFunction();

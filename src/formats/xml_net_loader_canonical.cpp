@@ -14,17 +14,6 @@
 namespace qvr {
 namespace {
 
-// As strtol in base 10 if it consumes the whole text and finds an int.
-bool ReadWholeInt(const std::string& text, int& out) {
-  const char* end = nullptr;
-  const long long value = ReadLeadingInteger(text.c_str(), end);
-  if (text.empty() || end != text.data() + text.size() || !std::in_range<int>(value)) {
-    return false;
-  }
-  out = static_cast<int>(value);
-  return true;
-}
-
 // The outcomes by their places, from the places by outcomes. What isn't such a list leaves a -1.
 std::vector<int> InvertPlaces(std::span<const int> places) {
   std::vector<int> owners(places.size(), -1);

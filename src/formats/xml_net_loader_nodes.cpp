@@ -2,7 +2,6 @@
 // what it has, to its end, which applies that.
 #include <algorithm>
 #include <cstdint>
-#include <span>
 
 #include "definitions/cpt.h"
 #include "definitions/mau.h"
@@ -72,14 +71,6 @@ bool XmlNetLoader::ReadWordAttributes(NodeAttributes& out) {
     return false;
   }
   return true;
-}
-
-int XmlNetLoader::FindWord(const std::string& word, std::span<const char* const> words, int fallback) {
-  if (word.empty()) {
-    return fallback;
-  }
-  const auto found = std::find(words.begin(), words.end(), word);
-  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
 }
 
 bool XmlNetLoader::CreateNode(int definitionType, const NodeAttributes& attributes) {

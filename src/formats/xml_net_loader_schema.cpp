@@ -111,13 +111,12 @@ XmlNetLoader::Binding& XmlNetLoader::NewNodeBinding(const char* name, int defini
   return node;
 }
 
+// Null for none.
 void XmlNetLoader::AddExtensions(IXmlBinding* extensionBinding) {
-  if (extensionBinding == nullptr) {
-    AddSkipped("extensions");
-    return;
-  }
   Binding& extensions = NewBinding("extensions", {}, kXmlLax);
-  extensions.AddChild(*extensionBinding, kXmlRequired);
+  if (extensionBinding != nullptr) {
+    extensions.AddChild(*extensionBinding, kXmlRequired);
+  }
   rootBinding->AddChild(extensions, 0);
 }
 

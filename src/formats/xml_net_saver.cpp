@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "formats/xml_tarvo_saver.h"
 #include "formats/xml_vocabulary.h"
 #include "model/error_log.h"
 #include "model/network.h"
@@ -32,8 +33,11 @@ bool CanBeSaved(const QVR_network& network) {
 }
 
 void Save(QVR_network& network, IXmlWriterOutput& output, IXmlWriterExtension* extension) {
-  IXmlWriterExtension* const used = extension == &NoWriterExtension() ? nullptr : extension;
-  XmlNetworkSaver(network, output, used).WriteDocument();
+  XmlTarvoSaver frontEnd(network);
+  if (extension == nullptr) {
+    extension = &frontEnd;
+  }
+  XmlNetworkSaver(network, output, extension == &NoWriterExtension() ? nullptr : extension).WriteDocument();
 }
 
 bool IsUsual(const EpisParameters& used) {

@@ -3,6 +3,7 @@
 #define QVR_FORMATS_XML_NET_SAVER_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "formats/node_def_visitor.h"
@@ -67,6 +68,7 @@ class XmlNetworkSaver : private XmlWriter, private NodeDefVisitor {
   enum class States { kNone, kListed };
   void OpenNode(QVR_nodeDefinition& definition, const char* element, States states);
   void AddNodeAttributes(const QVR_node& node);
+  void AddWord(const char* name, int number, std::span<const char* const> words, int usual);
   void WriteStates(QVR_node& node);
 
   // --- saved cases: xml_net_saver_cases.cpp

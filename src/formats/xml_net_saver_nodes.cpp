@@ -66,17 +66,21 @@ void XmlNetworkSaver::AddNodeAttributes(const QVR_node& node) {
   if (network.IsTarget(node.handle) == 1) {
     AddAttribute("target", true);
   }
-  if (node.extra->diagnosisType != kAuxiliary) {
-    AddAttribute("diagtype", WordOf(kDiagnosisWords, node.extra->diagnosisType));
-  }
-  if (const int type = network.GetDynamicType(node.handle); type != kDynamicNormal) {
-    AddAttribute("dynamic", WordOf(kDynamicWords, type));
-  }
+  AddWord("diagtype", node.extra->diagnosisType, kDiagnosisWords, kAuxiliary);
+  AddWord("dynamic", network.GetDynamicType(node.handle), kDynamicWords, kDynamicNormal);
   if (node.extra->ranked != 0) {
     AddAttribute("ranked", true);
   }
   if (node.extra->mandatory != 0) {
     AddAttribute("mandatory", true);
+  }
+}
+
+// Nothing for the usual number, nor for one without a word.
+void XmlNetworkSaver::AddWord(const char* name, int number, std::span<const char* const> words, int usual) {
+  const char* const word = WordOf(number, words, usual);
+  if (word != words[static_cast<std::size_t>(usual)]) {
+    AddAttribute(name, word);
   }
 }
 
@@ -170,7 +174,7 @@ void XmlNetworkSaver::VisitDeMorgan(QVR_demorgan& demorgan) {
   if (!demorgan.GetParentTypes().empty()) {
     std::vector<const char*> types;
     for (const int type : demorgan.GetParentTypes()) {
-      types.push_back(WordOf(kInfluenceWords, type));
+      types.push_back(WordOf(type, kInfluenceWords, kCause));
     }
     WriteWordList("types", types);
     WriteDoubleList("weights", demorgan.GetParentWeights());
@@ -192,9 +196,7 @@ void XmlNetworkSaver::VisitNoisyMax(QVR_noisyMAX& noisyMax) {
 }
 
 void XmlNetworkSaver::VisitNoisyAdder(QVR_noisyAdder& adder) {
-  if (adder.GetFunction() == kAdderSingleFault) {
-    AddAttribute("function", WordOf(kFunctionWords, kAdderSingleFault));
-  }
+  AddWord("function", adder.GetFunction(), kFunctionWords, kAdderAverage);
   OpenNode(adder, "noisyadder", States::kListed);
   std::vector<int> states = {adder.GetDistinguishedState()};
   const std::vector<int>& parentStates = adder.GetParentDistinguishedStates();

@@ -2,8 +2,8 @@
 #ifndef QVR_FORMATS_XML_VOCABULARY_H
 #define QVR_FORMATS_XML_VOCABULARY_H
 
-#include <cstddef>
 #include <span>
+#include <string>
 
 namespace qvr {
 
@@ -11,13 +11,17 @@ inline constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxi
 inline constexpr int kAuxiliary = 2;
 inline constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // DynamicType
 inline constexpr const char* kFunctionWords[] = {"average", "singlefault"};                // AdderFunction
-inline constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "cause",     // InfluenceType
-                                                  "barrier"};
+inline constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "cause",
+                                                  "barrier"};  // InfluenceType
+inline constexpr const char* kFaultNameWords[] = {"user", "node", "state", "nodestate", "inherit"};
+inline constexpr int kFaultNamesOfNodeAndState = 3;  // what a network starts with
+inline constexpr int kInheritFaultNames = 4;         // for nodes alone
 inline constexpr const char* kNoCostWord = "n/a";  // in the place of a number
 
-[[nodiscard]] inline const char* WordOf(std::span<const char* const> words, int number) {
-  return words[static_cast<std::size_t>(number)];
-}
+// The position of the word, the fallback for an empty one, or -2.
+[[nodiscard]] int FindWord(const std::string& word, std::span<const char* const> words, int fallback);
+// The fallback's word for a number that has none.
+[[nodiscard]] const char* WordOf(int number, std::span<const char* const> words, int fallback);
 
 }  // namespace qvr
 

@@ -182,12 +182,6 @@ void XmlWriter::WriteDouble(const char* name, double value) {
   WriteElement(name, FormatGeneral(value, kDigits).c_str(), kEscapeMarkup);
 }
 
-void XmlWriter::WriteIfNotEmpty(const char* name, const std::string& text, int escapeLevel) {
-  if (!text.empty()) {
-    WriteElement(name, text.c_str(), escapeLevel);
-  }
-}
-
 void ScopedElement::Close() {
   if (name != nullptr) {
     writer.CloseElement(name);

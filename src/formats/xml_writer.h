@@ -56,7 +56,6 @@ class XmlWriter : public IXmlWriter {
   void WriteIntList(const char* name, std::span<const int> values);
   void WriteWordList(const char* name, std::span<const char* const> words);
   void WriteDouble(const char* name, double value);
-  void WriteIfNotEmpty(const char* name, const std::string& text, int escapeLevel);
 
  private:
   struct Attribute {

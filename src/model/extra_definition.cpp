@@ -252,6 +252,10 @@ QVR_documentation* QVR_extraDefinition::GetStateDocumentation(int i) {
   return documentation.get();
 }
 
+const QVR_documentation* QVR_extraDefinition::FindStateDocumentation(int i) const {
+  return IsOutcome(i) ? stateDocumentation[static_cast<std::size_t>(i)].get() : nullptr;
+}
+
 std::string QVR_extraDefinition::MakeFaultLabel(const char* base) const {
   long long number = 1;
   for (int node = network->FirstNode(); node >= 0; node = network->NextNode(node)) {

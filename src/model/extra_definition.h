@@ -56,6 +56,8 @@ class QVR_extraDefinition : public QVR_object {
   [[nodiscard]] int GetDefaultOutcome() const { return defaultOutcome; }
   [[nodiscard]] const QVR_intArray& GetFaultStates() const { return faultStates; }
   [[nodiscard]] QVR_documentation* GetStateDocumentation(int i);  // null for a bad index
+  // The same without making one: null, too, for an outcome that has none yet.
+  [[nodiscard]] const QVR_documentation* FindStateDocumentation(int i) const;
   [[nodiscard]] const QVR_stringArray& GetStateComments() const { return stateComments; }
   [[nodiscard]] const QVR_idArray& GetFaultLabels() const { return faultLabels; }
   [[nodiscard]] const QVR_stringArray& GetFaultNames() const { return faultNames; }

@@ -1,0 +1,22 @@
+#include "formats/xml_vocabulary.h"
+
+#include <algorithm>
+
+#include "model/status.h"
+
+namespace qvr {
+
+int FindWord(const std::string& word, std::span<const char* const> words, int fallback) {
+  if (word.empty()) {
+    return fallback;
+  }
+  const auto found = std::find(words.begin(), words.end(), word);
+  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
+}
+
+const char* WordOf(int number, std::span<const char* const> words, int fallback) {
+  const bool isKnown = number >= 0 && number < static_cast<int>(words.size());
+  return words[static_cast<std::size_t>(isKnown ? number : fallback)];
+}
+
+}  // namespace qvr
