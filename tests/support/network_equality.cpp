@@ -190,7 +190,8 @@ void AddNode(NetworkFields& fields, QVR_network& network, int handle) {
 }
 
 bool Agree(double a, double b, double tolerance) {
-  return SameBits(a, b) || std::abs(a - b) <= tolerance * std::max(std::abs(a), std::abs(b));
+  return SameBits(a, b) || (std::isnan(a) && std::isnan(b)) ||
+         std::abs(a - b) <= tolerance * std::max(std::abs(a), std::abs(b));
 }
 
 template <typename List, typename Same>
