@@ -233,7 +233,7 @@ NetworkFields ListFields(QVR_network& network) {
 }
 
 std::string FirstDifference(const NetworkFields& a, const NetworkFields& b, double tolerance) {
-  const std::string texts = FindDifference(a.texts, b.texts, std::equal_to<>());
+  std::string texts = FindDifference(a.texts, b.texts, std::equal_to<>());
   if (!texts.empty()) {
     return texts;
   }
