@@ -1,6 +1,6 @@
 // qvr_bench [folder ...]: one table row for each generated network, and for each batch folder named; then
-// what samples, canonical nodes, formulas, equation and hybrid networks, influence diagrams and temporal plates
-// cost. Every network runs in a child process, so that none adds to another's peak memory.
+// what samples, canonical nodes, formulas, equation and hybrid networks, influence diagrams and temporal
+// plates cost. Every network runs in a child process, so that none adds to another's peak memory.
 #include <sys/wait.h>
 #include <unistd.h>
 

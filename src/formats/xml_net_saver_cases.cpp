@@ -40,7 +40,9 @@ void XmlNetworkSaver::WriteCase(const QVR_case& scenario) {
   AddTime("created", scenario.created);
   AddTime("modified", scenario.modified);
   const ScopedElement element(*this, "case");
-  WriteIfNotEmpty("description", scenario.GetDescription(), kEscapeLines);
+  if (!scenario.GetDescription().empty()) {
+    WriteElement("description", scenario.GetDescription().c_str(), kEscapeLines);
+  }
   for (const CaseEvidence& record : scenario.GetEvidence()) {
     if (network.IsValidHandle(record.handle)) {
       WriteEvidence(record, *network.NodeAt(record.handle));

@@ -8,6 +8,7 @@
 #include "formats/number_token.h"
 #include "formats/xml_version.h"
 #include "formats/xml_vocabulary.h"
+#include "model/dynamic_extension.h"
 
 namespace qvr {
 namespace {
@@ -301,11 +302,17 @@ void XmlTarvoLoader::StartStateLink(IXmlReader& reader) {
   AddLink(reader, *currentNode->extra->GetStateDocumentation(currentState));
 }
 
-void XmlTarvoLoader::StartPlate(IXmlReader& reader) { CheckInts(reader, {"leftwidth", "rightwidth"}); }
+void XmlTarvoLoader::StartPlate(IXmlReader& reader) {
+  QVR_dynamicExtension* const temporal = network.UseDynamicExtension();
+  if (temporal == nullptr) {
+    reader.Abort("Out of memory");
+  } else if (reader.GetIntAttribute("leftwidth", temporal->leftWidth, 0)) {
+    reader.GetIntAttribute("rightwidth", temporal->rightWidth, 0);
+  }
+}
 
 void XmlTarvoLoader::EndPlatePosition(IXmlReader& reader) {
-  QVR_rectangle ignored;
-  ReadRectangle(reader, ignored);
+  ReadRectangle(reader, network.GetDynamicExtension()->plateArea);
 }
 
 void XmlTarvoLoader::StartCellComment(IXmlReader& reader) { CheckInts(reader, {"row", "col"}); }

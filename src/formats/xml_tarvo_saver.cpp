@@ -4,6 +4,7 @@
 
 #include "formats/xml_screen_geometry.h"
 #include "formats/xml_vocabulary.h"
+#include "model/dynamic_extension.h"
 
 namespace qvr {
 namespace {
@@ -33,10 +34,28 @@ void XmlTarvoSaver::Write(IXmlWriter& newWriter) {
   writer->AddAttribute("name", header.GetName().c_str());
   writer->AddAttribute("faultnameformat", format);
   writer->OpenElement("tarvo");
+  WritePlate();
   WriteText("comment", header.GetComment());
   CollectContents();
   WriteSubmodels();
   writer->CloseElement("tarvo");
+}
+
+// Where the plate is drawn, if there is a node in it.
+void XmlTarvoSaver::WritePlate() {
+  const QVR_dynamicExtension* const temporal = network.GetDynamicExtension();
+  int node = network.FirstNode();
+  while (node >= 0 && network.GetDynamicType(node) != kDynamicPlate) {
+    node = network.NextNode(node);
+  }
+  if (temporal == nullptr || node < 0) {
+    return;
+  }
+  writer->AddAttribute("leftwidth", temporal->leftWidth);
+  writer->AddAttribute("rightwidth", temporal->rightWidth);
+  writer->OpenElement("plate");
+  WriteBox("position", temporal->plateArea);
+  writer->CloseElement("plate");
 }
 
 XmlTarvoSaver::Content& XmlTarvoSaver::ContentOf(int submodel) {

@@ -26,6 +26,7 @@ class XmlTarvoSaver : public IXmlWriterExtension {
     std::vector<int> nodes;      // parents first
   };
 
+  void WritePlate();
   void CollectContents();
   [[nodiscard]] Content& ContentOf(int submodel);
   void WriteSubmodels();

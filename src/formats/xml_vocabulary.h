@@ -16,7 +16,7 @@ inline constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "c
 inline constexpr const char* kFaultNameWords[] = {"user", "node", "state", "nodestate", "inherit"};
 inline constexpr int kFaultNamesOfNodeAndState = 3;  // what a network starts with
 inline constexpr int kInheritFaultNames = 4;         // for nodes alone
-inline constexpr const char* kNoCostWord = "n/a";  // in the place of a number
+inline constexpr const char* kNoCostWord = "n/a";    // in the place of a number
 
 // The position of the word, the fallback for an empty one, or -2.
 [[nodiscard]] int FindWord(const std::string& word, std::span<const char* const> words, int fallback);

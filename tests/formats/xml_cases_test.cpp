@@ -5,9 +5,7 @@
 #include "formats/xml_net_saver.h"
 #include "model/network.h"
 #include "model/special_numbers.h"
-#include "support/describe_network.h"
 #include "support/log_guard.h"
-#include "support/random_cases.h"
 
 namespace qvr {
 namespace {
@@ -145,21 +143,6 @@ TEST(XmlCases, WhatWasReadIsWrittenTheSame) {
   std::string second;
   ASSERT_TRUE(SaveXmlNetwork(nullptr, &second, again, &NoWriterExtension()));
   EXPECT_EQ(second, text);
-}
-
-TEST(XmlCases, RandomCasesComeBack) {
-  const LogGuard guard;
-  for (std::uint64_t seed = 1; seed <= 50; ++seed) {
-    TestRandom random(seed);
-    QVR_network network;
-    ASSERT_TRUE(Load(Document(""), network));
-    AddRandomCases(network, 1 + random.Below(5), random);
-    std::string text;
-    ASSERT_TRUE(SaveXmlNetwork(nullptr, &text, network, &NoWriterExtension()));
-    QVR_network again;
-    ASSERT_TRUE(Load(text, again)) << LogGuard::Messages()[0];
-    EXPECT_EQ(DescribeCases(again), DescribeCases(network)) << "seed " << seed;
-  }
 }
 
 TEST(XmlCases, WhatCouldNotBeReadIsNotWritten) {

@@ -18,6 +18,7 @@
 #include "support/log_guard.h"
 #include "support/network_builder.h"
 #include "support/network_equality.h"
+#include "support/random_cases.h"
 #include "support/random_rich_network.h"
 #include "support/test_folder.h"
 
@@ -65,6 +66,8 @@ TEST(XmlRoundTrip, KeepsRandomNetworks) {
     QVR_network loaded;
     QVR_network again;
     ASSERT_TRUE(FillRichNetwork(kind, random, made));
+    ASSERT_TRUE(AddRandomCosts(random, made));
+    AddRandomCases(made, 3, random);
     const std::string text = Save(made);
     Load(text, loaded);
     ASSERT_EQ(FirstDifference(made, loaded, 1e-15), "") << text;

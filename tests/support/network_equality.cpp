@@ -12,6 +12,7 @@
 #include "definitions/noisy_adder.h"
 #include "definitions/noisy_max.h"
 #include "model/special_numbers.h"
+#include "support/describe_network.h"
 #include "support/network_builder.h"
 
 namespace qvr {
@@ -229,6 +230,7 @@ NetworkFields ListFields(QVR_network& network) {
   for (const int handle : handles) {
     AddNode(fields, network, handle);
   }
+  fields.Add("cases", DescribeCases(network));
   return fields;
 }
 
