@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -9,6 +7,7 @@
 #include "model/network.h"
 #include "support/log_guard.h"
 #include "support/network_builder.h"
+#include "support/test_folder.h"
 
 namespace qvr {
 namespace {
@@ -29,26 +28,17 @@ TEST(FormatTable, GoesByTheTextBehindTheLastDot) {
   }
 }
 
-// Files of this test, in a folder that goes with it.
 class LoadFile : public ::testing::Test {
  protected:
-  LoadFile() { std::filesystem::create_directories(folder); }
-  ~LoadFile() override { std::filesystem::remove_all(folder); }
-
-  std::string Write(const std::string& name, const std::string& content) {
-    std::string path = (folder / name).string();
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
+  [[nodiscard]] std::string Write(const std::string& name, const std::string& content) const {
+    return folder.Write(name, content);
   }
   int Load(const std::string& path, int format = 0) {
     GetErrorLog().Clear();
     return network.LoadFile(path.c_str(), format, nullptr);
   }
 
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() /
-      ("qvr_load_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) +
-       std::to_string(reinterpret_cast<std::uintptr_t>(this)));
+  const TestFolder folder;
   const LogGuard guard;
   QVR_network network;
 };
