@@ -17,6 +17,7 @@
 namespace qvr {
 
 class IXmlBinding;
+class IXmlWriterExtension;
 class QVR_network;
 
 // A speaker serves one network and one file.
@@ -35,12 +36,15 @@ class QVR_fileFormat : public QVR_object {
   // Fills the network, which the caller has emptied. A failure has been logged; what was read before it
   // stays.
   [[nodiscard]] virtual int ReadFile(const char* fileName) = 0;
+  // Writes the network. The file is replaced when all is written: -103 leaves an old one as it was.
+  [[nodiscard]] virtual int WriteFile(const char* fileName) = 0;
   // True if the speaker itself refuses identifiers that occur twice: the network needn't.
   [[nodiscard]] virtual bool AcceptsDuplicateIds() const { return false; }
   // True if no file of the format can state a cycle: the network needn't look for one.
   [[nodiscard]] virtual bool VouchesForGraph() const { return false; }
-  // The binding of front-end extensions, for formats that have them.
+  // What reads or writes the front-end's extensions, for formats that have them.
   virtual void SetExtension(IXmlBinding* /*newExtension*/) {}
+  virtual void SetExtension(IXmlWriterExtension* /*newExtension*/) {}
 
   // --- reading: file_format_read.cpp
   // To the ";" or "}" that ends the present statement, which is left. -111 and the like, logged.

@@ -56,19 +56,41 @@ int ReadAndCheck(QVR_network& network, const char* name, int format, IXmlBinding
   return result;
 }
 
-}  // namespace
+int Write(QVR_network& network, const char* name, int format, IXmlWriterExtension* observer) {
+  const std::unique_ptr<QVR_fileFormat> speaker = CreateSpeaker(network, name, format);
+  if (speaker == nullptr) {
+    return QVR_OUT_OF_RANGE;
+  }
+  if (observer != nullptr) {
+    speaker->SetExtension(observer);
+  }
+  return speaker->WriteFile(name);
+}
 
-int QVR_network::LoadFile(const char* name, int format, IXmlBinding* observer) {
+// -2, logged, without a name; -42 when memory is short.
+template <typename Observer>
+int WithFile(QVR_network& network, const char* name, int format, Observer* observer,
+             int (*handle)(QVR_network&, const char*, int, Observer*)) {
   if (name == nullptr) {
     return GetErrorLog().Log(QVR_OUT_OF_RANGE, "Unknown File Format");
   }
   try {
-    return ReadAndCheck(*this, name, format, observer);
+    return handle(network, name, format, observer);
   } catch (const std::bad_alloc&) {
     return QVR_OUT_OF_MEMORY;
   } catch (const std::length_error&) {
     return QVR_OUT_OF_MEMORY;
   }
+}
+
+}  // namespace
+
+int QVR_network::LoadFile(const char* name, int format, IXmlBinding* observer) {
+  return WithFile(*this, name, format, observer, &ReadAndCheck);
+}
+
+int QVR_network::SaveFile(const char* name, int format, IXmlWriterExtension* observer) {
+  return WithFile(*this, name, format, observer, &Write);
 }
 
 }  // namespace qvr

@@ -8,13 +8,11 @@
 #include "definitions/noisy_max.h"
 #include "formats/number_token.h"
 #include "formats/xml_net_loader.h"
+#include "formats/xml_vocabulary.h"
 #include "model/network.h"
 
 namespace qvr {
 namespace {
-
-constexpr const char* kFunctionWords[] = {"average", "singlefault"};                         // AdderFunction
-constexpr const char* kInfluenceWords[] = {"inhibitor", "requirement", "cause", "barrier"};  // InfluenceType
 
 // As strtol in base 10 if it consumes the whole text and finds an int.
 bool ReadWholeInt(const std::string& text, int& out) {

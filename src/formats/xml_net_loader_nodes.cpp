@@ -8,6 +8,7 @@
 #include "definitions/mau.h"
 #include "formats/number_token.h"
 #include "formats/xml_net_loader.h"
+#include "formats/xml_vocabulary.h"
 #include "model/dense_matrix.h"
 #include "model/network.h"
 
@@ -20,10 +21,6 @@ constexpr long long kMaxReserved = 1'048'576;
 
 // Among so few states a scan is the fastest search.
 constexpr std::size_t kMaxScanned = 16;
-
-constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxiliary"};
-constexpr int kAuxiliary = 2;
-constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // in DynamicType's order
 
 }  // namespace
 

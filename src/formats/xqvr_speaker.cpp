@@ -1,12 +1,17 @@
 #include "formats/xqvr_speaker.h"
 
 #include "formats/xml_net_loader.h"
+#include "formats/xml_net_saver.h"
 #include "model/status.h"
 
 namespace qvr {
 
 int QVR_xqvrSpeaker::ReadFile(const char* fileName) {
-  return LoadXmlNetwork(fileName, nullptr, network, extension) ? QVR_OKAY : QVR_FILE_IO_FAILED;
+  return LoadXmlNetwork(fileName, nullptr, network, binding) ? QVR_OKAY : QVR_FILE_IO_FAILED;
+}
+
+int QVR_xqvrSpeaker::WriteFile(const char* fileName) {
+  return SaveXmlNetwork(fileName, nullptr, network, extension) ? QVR_OKAY : QVR_FILE_IO_FAILED;
 }
 
 }  // namespace qvr

@@ -10,13 +10,16 @@ class QVR_xqvrSpeaker : public QVR_fileFormat {
  public:
   using QVR_fileFormat::QVR_fileFormat;
 
-  [[nodiscard]] int ReadFile(const char* fileName) override;  // 0 or -103
+  [[nodiscard]] int ReadFile(const char* fileName) override;   // 0 or -103
+  [[nodiscard]] int WriteFile(const char* fileName) override;  // 0 or -103
   [[nodiscard]] bool AcceptsDuplicateIds() const override { return true; }
   [[nodiscard]] bool VouchesForGraph() const override { return true; }  // parents precede their children
-  void SetExtension(IXmlBinding* newExtension) override { extension = newExtension; }
+  void SetExtension(IXmlBinding* newExtension) override { binding = newExtension; }
+  void SetExtension(IXmlWriterExtension* newExtension) override { extension = newExtension; }
 
  private:
-  IXmlBinding* extension = nullptr;  // not owned
+  IXmlBinding* binding = nullptr;            // not owned
+  IXmlWriterExtension* extension = nullptr;  // not owned
 };
 
 }  // namespace qvr

@@ -20,6 +20,7 @@
 namespace qvr {
 
 class IXmlBinding;
+class IXmlWriterExtension;
 
 // A handle is an index into the node table. It stays the same for the life of its node; freed slots are
 // reused. Operations return 0 or a status code unless said otherwise; a refused one changes nothing.
@@ -158,6 +159,9 @@ class QVR_network : public QVR_object, public NetworkOptions, private SolverSett
   // The format by the extension if `format` is 0. -2 for an unknown one, with the network untouched; what a
   // failed read had built stays. `observer` is the binding of front-end extensions, or null.
   int LoadFile(const char* name, int format, IXmlBinding* observer);
+  // The format as above. -2 for an unknown one, -103 if the file can't be written; an old file is then as it
+  // was. `observer` writes front-end extensions, or is null.
+  int SaveFile(const char* name, int format, IXmlWriterExtension* observer);
 
   // --- inference: inference/update_driver.cpp
   // Brings every value of interest up to date with the solver that the nodes ask for.
