@@ -114,6 +114,7 @@ class QVR_fileFormat : public QVR_object {
   int ExpectString(std::string& out);
   int ExpectNumber(double& out);
   int ExpectInt(int& out);
+  [[nodiscard]] virtual int GetLine() const;  // that Report names: the lexer's, or 0
   int ReportUnknown(const char* message);  // "ERROR: '<token>' : <message>" under -127
 
   // --- loops that always make progress, whatever stands in the file

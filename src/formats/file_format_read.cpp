@@ -75,9 +75,10 @@ int QVR_fileFormat::Report(int code, const std::string& message) {
   if (++reportCount > kMaxReports) {
     return code;
   }
-  const int line = lexer == nullptr ? 0 : lexer->GetLineCount();
-  return GetErrorLog().Log(code, message.c_str(), ("(line " + std::to_string(line) + ") : ").c_str());
+  return GetErrorLog().Log(code, message.c_str(), ("(line " + std::to_string(GetLine()) + ") : ").c_str());
 }
+
+int QVR_fileFormat::GetLine() const { return lexer == nullptr ? 0 : lexer->GetLineCount(); }
 
 int QVR_fileFormat::ReportUnknown(const char* message) {
   return Report(QVR_SYNTAX_ERROR, "ERROR: '" + std::string(token.text) + "' : " + message);
