@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "formats/qvr_speaker.h"
 #include "formats/xml_speaker.h"
 #include "formats/xqvr_speaker.h"
 #include "model/error_log.h"
@@ -51,6 +52,9 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
   }
   if (format == kFormatXml) {
     return std::make_unique<QVR_xqvrSpeaker>(network);
+  }
+  if (format == kFormatText) {
+    return std::make_unique<QVR_qvrSpeaker>(network);
   }
   if (format == kFormatXmlBif) {
     return std::make_unique<QVR_xmlSpeaker>(network);
