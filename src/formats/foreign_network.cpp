@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <unordered_set>
+#include <utility>
 
 #include "definitions/utility_table.h"
 #include "formats/latin1.h"
@@ -67,6 +69,31 @@ void SetNodeCentre(QVR_network& network, int handle, int x, int y) {
   QVR_rectangle& position = network.NodeAt(handle)->info->screen.position;
   position.centerX = x;
   position.centerY = y;
+}
+
+std::string MakeWrittenId(const std::string& id, const char* substitute) {
+  std::string written = id.empty() ? substitute : id;
+  if (!id.empty() && !IsPlainIdentifier(id)) {
+    MakeValidIdentifier(written);
+  }
+  return written;
+}
+
+std::vector<std::string> MakeWrittenIds(const QVR_network& network) {
+  std::vector<std::string> ids(static_cast<std::size_t>(network.GetTableSize()));
+  std::unordered_set<std::string> repaired;
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const std::string& id = network.NodeAt(handle)->GetId();
+    const std::string base = MakeWrittenId(id, "_Unnamed_Node_");
+    std::string written = base;
+    for (int number = 2; written != id && (network.IsIdentifierTaken(written.c_str(), handle) ||
+                                           !repaired.insert(written).second);
+         ++number) {
+      written = base + std::to_string(number);
+    }
+    ids[static_cast<std::size_t>(handle)] = written;
+  }
+  return ids;
 }
 
 }  // namespace qvr

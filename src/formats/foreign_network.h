@@ -1,4 +1,4 @@
-// What the readers of other programs' files do to a network besides naming its nodes.
+// What readers and writers of text files do alike with a network and its nodes.
 #ifndef QVR_FORMATS_FOREIGN_NETWORK_H
 #define QVR_FORMATS_FOREIGN_NETWORK_H
 
@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace qvr {
 
@@ -24,6 +25,11 @@ int SetTable(QVR_network& network, int handle, std::span<const double> numbers);
 // Screen coordinates, rounded. Nothing for what is no coordinate.
 [[nodiscard]] std::optional<int> ToCoordinate(double number);
 void SetNodeCentre(QVR_network& network, int handle, int x, int y);
+// What stands for an identifier where only letters, digits and "_" can: the engine's auxiliary names begin
+// with "@".
+[[nodiscard]] std::string MakeWrittenId(const std::string& id, const char* substitute);
+// The same for all nodes, by handle. No two are the same.
+[[nodiscard]] std::vector<std::string> MakeWrittenIds(const QVR_network& network);
 
 }  // namespace qvr
 

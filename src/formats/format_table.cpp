@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "formats/microsoft_speaker.h"
 #include "formats/qvr_speaker.h"
 #include "formats/xml_speaker.h"
 #include "formats/xqvr_speaker.h"
@@ -52,6 +53,9 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
   }
   if (format == kFormatXml) {
     return std::make_unique<QVR_xqvrSpeaker>(network);
+  }
+  if (format == kFormatMicrosoft) {
+    return std::make_unique<QVR_microsoftSpeaker>(network);
   }
   if (format == kFormatText) {
     return std::make_unique<QVR_qvrSpeaker>(network);

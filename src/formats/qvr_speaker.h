@@ -162,7 +162,6 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
                     const std::function<int(int, const char*)>& store);
 
   // --- writing: qvr_speaker_write.cpp
-  void NameNodes();
   void WriteHeader(const QVR_header& header, const std::string& id);
   void WriteCreation();
   void WriteRectangle(const char* name, const QVR_rectangle& rectangle);

@@ -1,11 +1,10 @@
 // Writing the engine's text format: the network, its submodels, and what nodes have besides a definition.
 #include <algorithm>
-#include <unordered_set>
 
+#include "formats/foreign_network.h"
 #include "formats/qvr_speaker.h"
 #include "model/dense_matrix.h"
 #include "model/error_log.h"
-#include "model/identifier.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -13,15 +12,6 @@ namespace {
 
 constexpr const char* kContinuation = "\\ ";
 constexpr int kMain = QVR_submodelHandler::kMainSubmodel;
-
-// The reader takes nothing but letters, digits and "_".
-std::string WrittenId(const std::string& id, const char* substitute) {
-  std::string written = id.empty() ? substitute : id;
-  if (!id.empty() && !IsPlainIdentifier(id)) {
-    MakeValidIdentifier(written);
-  }
-  return written;
-}
 
 bool HasCost(const QVR_network& network, int handle) {
   const std::span<const double> costs = network.NodeAt(handle)->cost->GetCosts().GetItems().Vector();
@@ -69,9 +59,9 @@ int QVR_qvrSpeaker::WriteFile(const char* fileName) {
   if (const int status = StartWriting(fileName); status < 0) {
     return status;
   }
-  NameNodes();
+  writtenIds = MakeWrittenIds(network);
   const QVR_submodel& main = *network.GetSubmodels().GetSubmodel(kMain);
-  const std::string id = WrittenId(main.header.GetId(), "_Unnamed_Network_");
+  const std::string id = MakeWrittenId(main.header.GetId(), "_Unnamed_Network_");
   OpenBlock("net " + id);
   WriteHeader(main.header, id);
   WriteCreation();
@@ -92,23 +82,6 @@ int QVR_qvrSpeaker::WriteFile(const char* fileName) {
   WriteCosts();
   WriteBlockEnd();
   return textFile.Close();
-}
-
-// Identifiers that begin with "@" get others, which no node has.
-void QVR_qvrSpeaker::NameNodes() {
-  writtenIds.assign(static_cast<std::size_t>(network.GetTableSize()), {});
-  std::unordered_set<std::string> repaired;
-  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
-    const std::string& id = network.NodeAt(handle)->GetId();
-    const std::string base = WrittenId(id, "x_Unnamed_Node_");
-    std::string written = base;
-    for (int number = 2; written != id && (network.IsIdentifierTaken(written.c_str(), handle) ||
-                                           !repaired.insert(written).second);
-         ++number) {
-      written = base + std::to_string(number);
-    }
-    writtenIds[static_cast<std::size_t>(handle)] = written;
-  }
 }
 
 void QVR_qvrSpeaker::WriteHeader(const QVR_header& header, const std::string& id) {
@@ -197,12 +170,12 @@ void QVR_qvrSpeaker::WriteDocumentation(const QVR_documentation& documentation) 
 void QVR_qvrSpeaker::WriteSubmodel(int handle) {
   const QVR_submodelHandler& submodels = network.GetSubmodels();
   const QVR_submodel& submodel = *submodels.GetSubmodel(handle);
-  const std::string id = WrittenId(submodel.header.GetId(), "_Unnamed_Submodel_");
+  const std::string id = MakeWrittenId(submodel.header.GetId(), "_Unnamed_Submodel_");
   OpenBlock("submodel " + id);
   if (const int parent = submodels.GetParent(handle); parent != kMain) {
     const QVR_submodel* outer = submodels.GetSubmodel(parent);
     const std::string outerId = outer == nullptr ? "" : outer->header.GetId();
-    WriteStringField("PARENT", WrittenId(outerId, "_Unknown_Parent_").c_str(), false, false);
+    WriteStringField("PARENT", MakeWrittenId(outerId, "_Unknown_Parent_").c_str(), false, false);
   }
   WriteHeader(submodel.header, id);
   WriteScreen(submodel.screen);
@@ -226,7 +199,7 @@ void QVR_qvrSpeaker::WriteNode(int handle) {
   }
   if (node.submodel != kMain) {
     const std::string& submodel = network.GetSubmodels().GetSubmodel(node.submodel)->header.GetId();
-    WriteStringField("SUBMODEL", WrittenId(submodel, "_Unnamed_Submodel_").c_str(), false, false);
+    WriteStringField("SUBMODEL", MakeWrittenId(submodel, "_Unnamed_Submodel_").c_str(), false, false);
   }
   WriteUserProperties(node.info->userProperties);
   WriteDocumentation(node.info->documentation);
