@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "formats/ergo_speaker.h"
+#include "formats/hugin_speaker.h"
+#include "formats/netica_speaker.h"
 #include "formats/xqvr_speaker.h"
 #include "model/error_log.h"
 #include "model/status.h"
@@ -48,8 +51,17 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
   if (format == kFormatByExtension) {
     format = GetFormatFromExtension(fileName);
   }
-  if (format == kFormatXml) {
-    return std::make_unique<QVR_xqvrSpeaker>(network);
+  switch (format) {
+    case kFormatErgo:
+      return std::make_unique<QVR_ergoSpeaker>(network);
+    case kFormatNetica:
+      return std::make_unique<QVR_neticaSpeaker>(network);
+    case kFormatHugin:
+      return std::make_unique<QVR_huginSpeaker>(network);
+    case kFormatXml:
+      return std::make_unique<QVR_xqvrSpeaker>(network);
+    default:
+      break;
   }
   GetErrorLog().Log(QVR_OUT_OF_RANGE, "Unknown File Format");
   return nullptr;
