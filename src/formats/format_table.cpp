@@ -6,6 +6,7 @@
 #include "formats/ergo_speaker.h"
 #include "formats/hugin_speaker.h"
 #include "formats/netica_speaker.h"
+#include "formats/xml_speaker.h"
 #include "formats/xqvr_speaker.h"
 #include "model/error_log.h"
 #include "model/status.h"
@@ -58,6 +59,10 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
       return std::make_unique<QVR_neticaSpeaker>(network);
     case kFormatHugin:
       return std::make_unique<QVR_huginSpeaker>(network);
+    case kFormatXmlBif:
+      return std::make_unique<QVR_xmlSpeaker>(network);
+    case kFormatText:
+      return std::make_unique<QVR_qvrSpeaker>(network);
     case kFormatXml:
       return std::make_unique<QVR_xqvrSpeaker>(network);
     default:
