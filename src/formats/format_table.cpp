@@ -6,6 +6,7 @@
 #include "formats/ergo_speaker.h"
 #include "formats/hugin_speaker.h"
 #include "formats/netica_speaker.h"
+#include "formats/qvr_speaker.h"
 #include "formats/xml_speaker.h"
 #include "formats/xqvr_speaker.h"
 #include "model/error_log.h"
