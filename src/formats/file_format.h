@@ -115,11 +115,15 @@ class QVR_fileFormat : public QVR_object {
   int ExpectNumber(double& out);
   int ExpectInt(int& out);
   [[nodiscard]] virtual int GetLine() const;  // that Report names: the lexer's, or 0
+  int ReportAt(int line, int code, const std::string& message);
   int ReportUnknown(const char* message);  // "ERROR: '<token>' : <message>" under -127
 
   // --- loops that always make progress, whatever stands in the file
+  bool AtFileEnd();  // or at the end of what can be read; passes over unknown characters
   // Statements up to the end of the block, which is left. A statement that fails is skipped; the ";" is this
   // loop's business.
+  // A statement that ends in a block, and says so, needs no ";".
+  static constexpr int kEndsInBlock = 1;
   void ReadStatements(const std::function<int()>& readStatement);
   // The same to the end of the file: skips by SkipSection, and needs no ";".
   void ReadDocument(const std::function<int()>& readSection);
@@ -148,6 +152,7 @@ class QVR_fileFormat : public QVR_object {
   QVR_token token;                             // last peeked
   std::string errorText;                       // of the last Expect that failed
   bool caseSensitive = true;                   // how keywords are compared
+  bool commaSeparated = true;                  // lists; else their items are separated by blanks
 
  private:
   [[nodiscard]] bool AtNumber() const;

@@ -69,16 +69,17 @@ bool QVR_fileFormat::PeekIs(std::string_view text) const {
 }
 
 int QVR_fileFormat::Report(int code, const std::string& message) {
-  if (code == QVR_OKAY) {
-    return code;
-  }
-  if (++reportCount > kMaxReports) {
-    return code;
-  }
-  return GetErrorLog().Log(code, message.c_str(), ("(line " + std::to_string(GetLine()) + ") : ").c_str());
+  return ReportAt(GetLine(), code, message);
 }
 
 int QVR_fileFormat::GetLine() const { return lexer == nullptr ? 0 : lexer->GetLineCount(); }
+
+int QVR_fileFormat::ReportAt(int line, int code, const std::string& message) {
+  if (code == QVR_OKAY || ++reportCount > kMaxReports) {
+    return code;
+  }
+  return GetErrorLog().Log(code, message.c_str(), ("(line " + std::to_string(line) + ") : ").c_str());
+}
 
 int QVR_fileFormat::ReportUnknown(const char* message) {
   return Report(QVR_SYNTAX_ERROR, "ERROR: '" + std::string(token.text) + "' : " + message);
@@ -259,18 +260,14 @@ int QVR_fileFormat::ReadList(const std::function<int()>& readItem) {
   if (const int status = Expect(kTokenPunctuator, "("); status < 0) {
     return status;
   }
-  if (TryExpect(kTokenPunctuator, ")") == QVR_OKAY) {
-    return QVR_OKAY;
-  }
-  for (;;) {
+  bool goesOn = NextIsPunctuator(")") != 1;
+  while (goesOn) {
     if (const int status = readItem(); status < 0) {
       return status;
     }
-    if (NextIsComma() != 1) {
-      return Expect(kTokenPunctuator, ")");
-    }
-    Consume();
+    goesOn = commaSeparated ? TryExpect(kTokenPunctuator, ",") == QVR_OKAY : NextIsPunctuator(")") != 1;
   }
+  return Expect(kTokenPunctuator, ")");
 }
 
 int QVR_fileFormat::ReadTextList(QVR_stringArray& list, int (QVR_fileFormat::*readItem)(std::string&)) {
@@ -355,16 +352,16 @@ int QVR_fileFormat::ReadBoolField(const char* name, bool& value) {
 
 int QVR_fileFormat::ReadBlockEnd() { return Expect(kTokenPunctuator, "}"); }
 
-bool QVR_fileFormat::AtBlockEnd() {
-  for (;;) {
-    const int status = Peek();
-    if (status == QVR_OKAY) {
-      return token.type == kTokenPunctuator && token.text == "}";
-    }
-    if (EndsReading(status)) {
-      return true;
-    }
+bool QVR_fileFormat::AtFileEnd() {
+  int status = Peek();
+  while (status == QVR_LEXICAL_ERROR) {
+    status = Peek();
   }
+  return status < 0;
+}
+
+bool QVR_fileFormat::AtBlockEnd() {
+  return AtFileEnd() || (token.type == kTokenPunctuator && token.text == "}");
 }
 
 // Walks to where `stop` says true with the number of open braces; that token is left.
@@ -403,10 +400,13 @@ int QVR_fileFormat::SkipBracedSection() {
 void QVR_fileFormat::ReadStatements(const std::function<int()>& readStatement) {
   while (!AtBlockEnd()) {
     const long long before = lexer->GetProgress();
-    if (readStatement() < 0) {
+    const int status = readStatement();
+    if (status < 0) {
       SkipBlock();
     }
-    if (Expect(kTokenPunctuator, ";") < 0) {
+    if (status == kEndsInBlock) {
+      TryExpect(kTokenPunctuator, ";");
+    } else if (Expect(kTokenPunctuator, ";") < 0) {
       SkipBlock();
       TryExpect(kTokenPunctuator, ";");
     }
@@ -417,13 +417,9 @@ void QVR_fileFormat::ReadStatements(const std::function<int()>& readStatement) {
 }
 
 void QVR_fileFormat::ReadDocument(const std::function<int()>& readSection) {
-  for (;;) {
+  while (!AtFileEnd()) {
     const long long before = lexer->GetProgress();
-    const int status = Peek();
-    if (EndsReading(status)) {
-      return;
-    }
-    if (status == QVR_OKAY && readSection() < 0) {
+    if (readSection() < 0) {
       SkipSection();
     }
     TryExpect(kTokenPunctuator, ";");

@@ -63,7 +63,7 @@ int QVR_fileFormat::WriteList(int count, const std::function<void(int)>& writeIt
   Write("(");
   for (int i = 0; i < count; ++i) {
     if (i > 0) {
-      Write(", ");
+      Write(commaSeparated ? ", " : " ");
     }
     writeItem(i);
   }

@@ -112,17 +112,24 @@ void QVR_lexicalAnalizer::Remember() {
 }
 
 int QVR_lexicalAnalizer::PeekCharacter() {
+  std::string_view rest;
+  const int status = PeekLine(rest);
+  return status < 0 ? status : static_cast<unsigned char>(rest.front());
+}
+
+int QVR_lexicalAnalizer::PeekLine(std::string_view& rest) {
   while (cursor >= buffer.size()) {
     if (const int status = NextLine(); status < 0) {
       return status;
     }
   }
-  return static_cast<unsigned char>(buffer[cursor]);
+  rest = std::string_view(buffer).substr(cursor);
+  return QVR_OKAY;
 }
 
-void QVR_lexicalAnalizer::ConsumeCharacter() {
-  ++cursor;
-  ++progress;
+void QVR_lexicalAnalizer::ConsumeCharacters(std::size_t count) {
+  cursor += count;
+  progress += static_cast<long long>(count);
 }
 
 int QVR_lexicalAnalizer::SkipDelimiters() {

@@ -48,7 +48,10 @@ class QVR_lexicalAnalizer : public QVR_object {
 
   // The next character, with no token in between; or the code that GetToken would give. Only behind Consume.
   int PeekCharacter();
-  void ConsumeCharacter();  // one that PeekCharacter saw
+  void ConsumeCharacter() { ConsumeCharacters(1); }  // one that PeekCharacter saw
+  // The same for what is left of the line, which isn't empty.
+  int PeekLine(std::string_view& rest);
+  void ConsumeCharacters(std::size_t count);
 
   [[nodiscard]] int GetLineCount() const { return input.GetLineCount(); }
   // Grows with everything that is passed over, and shrinks with Back: two equal numbers mean that nothing

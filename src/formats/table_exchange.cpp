@@ -30,20 +30,6 @@ void NormalizeRow(std::span<double> row) {
   }
 }
 
-bool IsChance(int type) {
-  switch (type) {
-    case kTypeCpt:
-    case kTypeTruthTable:
-    case kTypeCast:
-    case kTypeDeMorgan:
-    case kTypeNoisyMax:
-    case kTypeNoisyAdder:
-      return true;
-    default:
-      return false;
-  }
-}
-
 }  // namespace
 
 int SetProbabilityRows(QVR_network& network, int handle, QVR_doubleArray numbers) {
@@ -76,10 +62,24 @@ int SetOutcomeNames(QVR_network& network, int handle, const QVR_stringArray& nam
   return ids.MakeAllValid() < 0 ? definition.SetNumberOfOutcomes(names) : definition.SetNumberOfOutcomes(ids);
 }
 
+bool HasProbabilities(int type) {
+  switch (type) {
+    case kTypeCpt:
+    case kTypeTruthTable:
+    case kTypeCast:
+    case kTypeDeMorgan:
+    case kTypeNoisyMax:
+    case kTypeNoisyAdder:
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool HasWritableTable(QVR_network& network, int handle) {
   const int type = network.NodeAt(handle)->GetType();
   return type == kTypeList ||
-         ((type == kTypeTable || IsChance(type)) && GetWritableTable(network, handle) != nullptr);
+         ((type == kTypeTable || HasProbabilities(type)) && GetWritableTable(network, handle) != nullptr);
 }
 
 const QVR_Dmatrix* GetWritableTable(QVR_network& network, int handle) {

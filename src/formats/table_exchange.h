@@ -26,6 +26,8 @@ int SetProbabilityRows(QVR_network& network, int handle, QVR_doubleArray numbers
 // names only their number counts.
 int SetOutcomeNames(QVR_network& network, int handle, const QVR_stringArray& names);
 
+// Chance nodes of all kinds that have a table over discrete parents.
+[[nodiscard]] bool HasProbabilities(int type);
 // Whether the node can be written as a table: a chance node of any kind, a decision or a utility.
 [[nodiscard]] bool HasWritableTable(QVR_network& network, int handle);
 // The full table of such a node; null for a decision.

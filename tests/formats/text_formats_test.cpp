@@ -1,0 +1,134 @@
+// What all text formats have to keep: networks, their posteriors, and the engine's health.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "formats/format_table.h"
+#include "support/log_guard.h"
+#include "support/network_builder.h"
+#include "support/random_canonical.h"
+#include "support/test_folder.h"
+
+namespace qvr {
+namespace {
+
+constexpr double kPrinted = 5.1e-9;
+constexpr double kPosterior = 2e-6;
+
+struct Format {
+  FormatCode code;
+  const char* extension;
+  bool hasDecisions;
+};
+constexpr Format kFormats[] = {{kFormatErgo, ".erg", false},     {kFormatNetica, ".dne", true},
+                               {kFormatHugin, ".net", true},     {kFormatText, ".qvr", true},
+                               {kFormatMicrosoft, ".dsc", true}, {kFormatXmlBif, ".xml03", true}};
+
+std::string JoinedLog() {
+  std::string all;
+  for (const std::string& message : LogGuard::Messages()) {
+    all += message + "\n";
+  }
+  return all;
+}
+
+// Chance nodes of all kinds; with decisions some of them, and utilities below.
+bool FillAny(std::uint64_t seed, bool withDecisions, QVR_network& network) {
+  TestRandom random(seed);
+  const int count = 2 + random.Below(7);
+  const ParentLists parents = RandomParents(count, 3, 5, random);
+  const std::vector<int> outcomes = RandomOutcomeCounts(count, 2, 5, 1 << 12, random);
+  bool done = random.Chance(0.5) ? FillMixedNetwork(parents, outcomes, {0.2, 0.2}, random, network)
+                                 : FillNetwork(parents, outcomes, {0.2, 0.2}, random, network);
+  if (random.Chance(0.3)) {
+    done = done && network.NodeAt(random.Below(count))->ChangeType(kTypeTruthTable) == 0;
+  }
+  for (int i = 0; withDecisions && i < 2; ++i) {
+    const int node = network.AddNode(i == 0 ? kTypeList : kTypeTable, i == 0 ? "decision" : "utility");
+    done = done && node >= 0 && network.AddArc(random.Below(count), node, kOrdinaryLayer) == 0;
+    if (i == 1) {
+      done = done && network.AddArc(node - 1, node, kOrdinaryLayer) == 0;
+      std::vector<double> utilities(static_cast<std::size_t>(network.NodeAt(node)->definition->GetSize()));
+      for (double& utility : utilities) {
+        utility = 200 * random.Unit() - 100;
+      }
+      done = done && SetTable(network, node, utilities) == 0;
+    }
+  }
+  return done;
+}
+
+std::vector<std::string> OutcomesOf(QVR_network& network, int handle) {
+  std::vector<std::string> names;
+  if (const QVR_stringArray* list = network.NodeAt(handle)->definition->GetOutcomeNames(); list != nullptr) {
+    for (int i = 0; i < list->GetNumItems(); ++i) {
+      names.emplace_back(list->Get(i));
+    }
+  }
+  return names;
+}
+
+std::vector<std::string> ParentIds(const QVR_network& network, int handle) {
+  std::vector<std::string> ids;
+  for (int parent : network.GetParents(handle)) {
+    ids.push_back(network.NodeAt(parent)->GetId());
+  }
+  return ids;
+}
+
+void ExpectNear(const std::vector<double>& a, const std::vector<double>& b, double tolerance) {
+  ASSERT_EQ(a.size(), b.size());
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    ASSERT_NEAR(a[i], b[i], tolerance);
+  }
+}
+
+void ExpectSameNetwork(QVR_network& a, QVR_network& b) {
+  ASSERT_EQ(a.GetNumberOfNodes(), b.GetNumberOfNodes());
+  a.UpdateBeliefs();
+  b.UpdateBeliefs();
+  for (int node : AllNodes(a)) {
+    SCOPED_TRACE(a.NodeAt(node)->GetId());
+    const int other = b.FindNode(a.NodeAt(node)->GetId().c_str());
+    ASSERT_GE(other, 0);
+    EXPECT_EQ(OutcomesOf(a, node), OutcomesOf(b, other));
+    EXPECT_EQ(ParentIds(a, node), ParentIds(b, other));
+    ExpectNear(CellsOf(a, node), CellsOf(b, other), kPrinted);
+    ExpectNear(BeliefOf(a, node), BeliefOf(b, other), kPosterior);
+  }
+}
+
+class TextFormats : public ::testing::TestWithParam<Format> {
+ protected:
+  [[nodiscard]] std::string PathOf(const std::string& name) const {
+    return folder.Path(name + GetParam().extension);
+  }
+
+  const TestFolder folder;
+  const LogGuard guard;
+};
+
+TEST_P(TextFormats, KeepNetworks) {
+  for (std::uint64_t seed = 1; seed <= 100; ++seed) {
+    SCOPED_TRACE(seed);
+    QVR_network network;
+    ASSERT_TRUE(FillAny(seed, GetParam().hasDecisions, network));
+    ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
+    QVR_network loaded;
+    ASSERT_EQ(loaded.LoadFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
+    ASSERT_EQ(JoinedLog(), "");
+    ASSERT_EQ(loaded.CheckInvariants(), "");
+    ExpectSameNetwork(network, loaded);
+    if (HasFatalFailure()) {
+      return;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, TextFormats, ::testing::ValuesIn(kFormats),
+                         [](const auto& one) { return std::string(one.param.extension + 1); });
+
+}  // namespace
+}  // namespace qvr
