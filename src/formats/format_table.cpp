@@ -5,6 +5,7 @@
 
 #include "formats/ergo_speaker.h"
 #include "formats/hugin_speaker.h"
+#include "formats/ki_speaker.h"
 #include "formats/netica_speaker.h"
 #include "formats/qvr_speaker.h"
 #include "formats/xml_speaker.h"
@@ -60,6 +61,8 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
       return std::make_unique<QVR_neticaSpeaker>(network);
     case kFormatHugin:
       return std::make_unique<QVR_huginSpeaker>(network);
+    case kFormatKi:
+      return std::make_unique<QVR_kiSpeaker>(network);
     case kFormatXmlBif:
       return std::make_unique<QVR_xmlSpeaker>(network);
     case kFormatText:

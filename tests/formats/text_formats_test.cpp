@@ -22,8 +22,10 @@ struct Format {
   const char* extension;
   bool hasDecisions;
 };
-constexpr Format kFormats[] = {
-    {kFormatErgo, ".erg", false}, {kFormatNetica, ".dne", true}, {kFormatHugin, ".net", true}};
+constexpr Format kFormats[] = {{kFormatErgo, ".erg", false},
+                               {kFormatNetica, ".dne", true},
+                               {kFormatHugin, ".net", true},
+                               {kFormatKi, ".dxp", true}};
 
 std::string JoinedLog() {
   std::string all;
@@ -123,6 +125,58 @@ TEST_P(TextFormats, KeepNetworks) {
     if (HasFatalFailure()) {
       return;
     }
+  }
+}
+
+// What a file is cut off behind, byte by byte, is refused or partly read, and never more than that.
+TEST_P(TextFormats, SurviveTruncation) {
+  QVR_network network;
+  ASSERT_TRUE(FillAny(5, GetParam().hasDecisions, network));
+  network.NodeAt(0)->info->header.SetComment("a \\ \"quoted\" text");
+  ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0);
+  const std::string whole = folder.Read("a" + std::string(GetParam().extension));
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    QVR_network loaded;
+    loaded.LoadFile(folder.Write("cut", whole.substr(0, length)).c_str(), GetParam().code, nullptr);
+    ASSERT_EQ(loaded.CheckInvariants(), "") << length;
+    ASSERT_LE(loaded.GetNumberOfNodes(), network.GetNumberOfNodes()) << length;
+  }
+}
+
+// A network that the format can't hold leaves an older file as it was.
+TEST_P(TextFormats, RefuseWhatTheyCannotHold) {
+  QVR_network network;
+  network.AddNode(GetParam().code == kFormatKi ? kTypeEquationScc : kTypeEquation, "x");
+  const std::string path = folder.Write("old" + std::string(GetParam().extension), "old");
+  EXPECT_EQ(network.SaveFile(path.c_str(), 0, nullptr), QVR_OUT_OF_RANGE);
+  EXPECT_EQ(ReadWhole(path), "old");
+  EXPECT_FALSE(LogGuard::Messages(QVR_OUT_OF_RANGE).empty());
+  EXPECT_EQ(network.SaveFile(folder.Path("none/x").c_str(), GetParam().code, nullptr) < 0, true);
+}
+
+// Names that no format's syntax may trip over, line ends and a byte-order mark.
+TEST_P(TextFormats, KeepNamesAndTakeAnyLineEnds) {
+  QVR_network network;
+  const std::string longName(300, 'n');
+  for (const char* id : {"node", "potential", "NA", "e5", "probs", longName.c_str()}) {
+    const int node = AddChance(network, id, 2, {}, {0.25, 0.75});
+    network.NodeAt(node)->info->header.SetName("caf\xE9 \\41 \"{;}\" %  //  /* \\C3");
+    network.NodeAt(node)->definition->RenameOutcome(0, "UNDEF");
+    if (node > 0) {
+      ASSERT_EQ(network.AddArc(0, node, kOrdinaryLayer), 0);
+    }
+  }
+  ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
+  std::string text = "\xEF\xBB\xBF" + folder.Read("a" + std::string(GetParam().extension));
+  for (std::size_t i = 0; (i = text.find('\n', i)) != std::string::npos; i += 2) {
+    text.insert(i, 1, '\r');
+  }
+  QVR_network loaded;
+  ASSERT_EQ(loaded.LoadFile(folder.Write("b", text).c_str(), GetParam().code, nullptr), 0) << JoinedLog();
+  EXPECT_EQ(JoinedLog(), "");
+  ExpectSameNetwork(network, loaded);
+  if (GetParam().code != kFormatErgo) {
+    EXPECT_EQ(loaded.NodeAt(1)->info->header.GetName(), network.NodeAt(1)->info->header.GetName());
   }
 }
 
