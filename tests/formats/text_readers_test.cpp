@@ -70,9 +70,9 @@ TEST_F(TextReaders, ErgoGoesOnBehindFaults) {
                   "(line 3) : ERROR:'-1' : Invalid number of parents",
                   "(line 4) : ERROR: (\"Other\") : Unknown Section", "ERROR: [c] Duplicated Identifier",
                   "ERROR: Couldn't Add Arc From Parent Node (\"7\")",
-                  "(line 11) : ERROR:'c' : Invalid table size"});
-  EXPECT_EQ(CellsOf(network, Find("a_b")), (Cells{0.75, 0.25}));
-  EXPECT_EQ(CellsOf(network, 2), (Cells{0.5, 0.5}));
+                  "(line 12) : ERROR:'c' : Invalid table size"});
+  EXPECT_EQ(NumbersOf(network, Find("a_b")), (Cells{0.75, 0.25}));
+  EXPECT_EQ(NumbersOf(network, 2), (Cells{0.5, 0.5}));
   EXPECT_EQ(network.NodeAt(2)->info->screen.position.centerY, -6);
   EXPECT_STREQ(network.NodeAt(2)->definition->GetOutcomeNames()->Get(1), "n2");
   EXPECT_EQ(Load(kFormatErgo, "-3"), -2);
@@ -112,7 +112,7 @@ TEST_F(TextReaders, NeticaTakesEveryFormOfTable) {
     ExpectMessages({});
     ASSERT_GE(Find("B"), 0) << c.fields;
     EXPECT_EQ(network.NodeAt(Find("B"))->GetType(), c.type) << c.fields;
-    EXPECT_EQ(CellsOf(network, Find("B")), c.cells) << c.fields;
+    EXPECT_EQ(NumbersOf(network, Find("B")), c.cells) << c.fields;
   }
 }
 
@@ -147,7 +147,7 @@ TEST_F(TextReaders, NeticaGoesOnBehindFaults) {
        "ERROR: Couldn't Create Node (\"A\")", "ERROR: 'CONSTANT' : Unknown Node Type",
        "ERROR: '20000' : Invalid number of states", "ERROR: Couldn't add arc from node [Z] to node [B]"});
   EXPECT_EQ(network.GetNumberOfNodes(), 2);
-  EXPECT_EQ(CellsOf(network, Find("B")), (Cells{0.25, 0.75, 0.5, 0.5}));
+  EXPECT_EQ(NumbersOf(network, Find("B")), (Cells{0.25, 0.75, 0.5, 0.5}));
   EXPECT_EQ(network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.GetName(),
             "caf\xE9");
   EXPECT_EQ(Load(kFormatNetica, "net n {}"), -127);
@@ -174,14 +174,14 @@ TEST_F(TextReaders, HuginGoesOnBehindFaults) {
                   "ERROR: Node [x_B] was expecting 6 numbers but 3 were read",
                   "ERROR: 'odd' : Unknown potential statement", "ERROR: Undirected arcs not (yet) supported",
                   "ERROR: Node (\"Z\") not found", "ERROR: Couldn't add arc from parent node (\"_B\")"});
-  EXPECT_EQ(CellsOf(network, Find("A")), (Cells{0.25, 0.5, 0.25}));
-  EXPECT_EQ(CellsOf(network, Find("U")), (Cells{0, -5, 1, 2}));
+  EXPECT_EQ(NumbersOf(network, Find("A")), (Cells{0.25, 0.5, 0.25}));
+  EXPECT_EQ(NumbersOf(network, Find("U")), (Cells{0, -5, 1, 2}));
   EXPECT_EQ(ListOf(network.GetParents(Find("x_B"))), std::vector<int>{Find("A")});
   EXPECT_EQ(ListOf(network.GetParents(Find("D"))), std::vector<int>{Find("A")});
   EXPECT_EQ(network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.GetName(), "n");
   ASSERT_EQ(Load(kFormatHugin, "class K { label = \"l\"; node A { } potential (A) { data = (1 3); } }"), 0);
   ExpectMessages({});
-  EXPECT_EQ(CellsOf(network, Find("A")), (Cells{0.25, 0.75}));
+  EXPECT_EQ(NumbersOf(network, Find("A")), (Cells{0.25, 0.75}));
   EXPECT_EQ(Load(kFormatHugin, "bnet n {}"), -127);
 }
 
@@ -195,7 +195,7 @@ TEST_F(TextReaders, KiReadsNodesThenDefinitions) {
            "standard B { fault bad { NAME = \"bad A\"; } standard ok { } }\nci C { OBSERVABLE = FALSE; }\n"
            "network { standard A { PROB = (0.25, 0.75); } standard B { parent = A; PROB = (.1 .9 0); odd = "
            "1; };\n"
-           "  ci C { parent = (A, Z); PROB = (.3 .7 0 1 .5 .5); } odd D { } standard E { } }"),
+           "  ci C { parent = (A, Z); PROB = (.3 .7 0 1 .5 .5); } odd D { }; standard E { } }"),
       0);
   ExpectMessages({"(line 2) : ERROR: 'odd' : Unknown Node Statement",
                   "(line 3) : ERROR: 'odd' : Unknown Node Field",
@@ -211,7 +211,7 @@ TEST_F(TextReaders, KiReadsNodesThenDefinitions) {
   EXPECT_EQ(a.extra->mandatory, 1);
   EXPECT_EQ(ListOf(a.extra->GetFaultStates()), (std::vector<int>{1, 0}));
   EXPECT_STREQ(a.extra->GetFaultLabels().Get(0), "bad A");
-  EXPECT_EQ(CellsOf(network, Find("A")), (Cells{0.25, 0.75}));
+  EXPECT_EQ(NumbersOf(network, Find("A")), (Cells{0.25, 0.75}));
   const Cells c = CellsOf(network, Find("C"));
   ASSERT_EQ(c.size(), 4U);
   EXPECT_NEAR(c[0], 1 - 0.7 * 0.5, 1e-12);  // the parent or the leak puts the node at its first outcome
