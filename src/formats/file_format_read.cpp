@@ -419,7 +419,7 @@ void QVR_fileFormat::ReadStatements(const std::function<int()>& readStatement) {
 void QVR_fileFormat::ReadDocument(const std::function<int()>& readSection) {
   while (!AtFileEnd()) {
     const long long before = lexer->GetProgress();
-    if (readSection() < 0) {
+    if (TryExpect(kTokenPunctuator, "}") < 0 && readSection() < 0) {
       SkipSection();
     }
     TryExpect(kTokenPunctuator, ";");

@@ -5,6 +5,7 @@
 
 #include "formats/ergo_speaker.h"
 #include "formats/hugin_speaker.h"
+#include "formats/ki_speaker.h"
 #include "formats/microsoft_speaker.h"
 #include "formats/netica_speaker.h"
 #include "formats/qvr_speaker.h"
@@ -63,6 +64,8 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
       return std::make_unique<QVR_microsoftSpeaker>(network);
     case kFormatHugin:
       return std::make_unique<QVR_huginSpeaker>(network);
+    case kFormatKi:
+      return std::make_unique<QVR_kiSpeaker>(network);
     case kFormatXmlBif:
       return std::make_unique<QVR_xmlSpeaker>(network);
     case kFormatText:

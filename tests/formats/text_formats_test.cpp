@@ -24,7 +24,8 @@ struct Format {
 };
 constexpr Format kFormats[] = {{kFormatErgo, ".erg", false},     {kFormatNetica, ".dne", true},
                                {kFormatHugin, ".net", true},     {kFormatText, ".qvr", true},
-                               {kFormatMicrosoft, ".dsc", true}, {kFormatXmlBif, ".xml03", true}};
+                               {kFormatMicrosoft, ".dsc", true}, {kFormatXmlBif, ".xml03", true},
+                               {kFormatKi, ".dxp", true}};
 
 std::string JoinedLog() {
   std::string all;
@@ -50,11 +51,11 @@ bool FillAny(std::uint64_t seed, bool withDecisions, QVR_network& network) {
     done = done && node >= 0 && network.AddArc(random.Below(count), node, kOrdinaryLayer) == 0;
     if (i == 1) {
       done = done && network.AddArc(node - 1, node, kOrdinaryLayer) == 0;
-      std::vector<double> utilities(static_cast<std::size_t>(network.NodeAt(node)->definition->GetSize()));
-      for (double& utility : utilities) {
-        utility = 200 * random.Unit() - 100;
+      QVR_doubleArray utilities;
+      for (int cell = network.NodeAt(node)->definition->GetSize(); cell > 0; --cell) {
+        utilities.Add(200 * random.Unit() - 100);
       }
-      done = done && SetTable(network, node, utilities) == 0;
+      done = done && network.NodeAt(node)->definition->SetValues(utilities) == 0;
     }
   }
   return done;
@@ -95,7 +96,7 @@ void ExpectSameNetwork(QVR_network& a, QVR_network& b) {
     ASSERT_GE(other, 0);
     EXPECT_EQ(OutcomesOf(a, node), OutcomesOf(b, other));
     EXPECT_EQ(ParentIds(a, node), ParentIds(b, other));
-    ExpectNear(CellsOf(a, node), CellsOf(b, other), kPrinted);
+    ExpectNear(NumbersOf(a, node), NumbersOf(b, other), kPrinted);
     ExpectNear(BeliefOf(a, node), BeliefOf(b, other), kPosterior);
   }
 }
@@ -113,6 +114,7 @@ class TextFormats : public ::testing::TestWithParam<Format> {
 TEST_P(TextFormats, KeepNetworks) {
   for (std::uint64_t seed = 1; seed <= 100; ++seed) {
     SCOPED_TRACE(seed);
+    GetErrorLog().Clear();  // updates leave notes
     QVR_network network;
     ASSERT_TRUE(FillAny(seed, GetParam().hasDecisions, network));
     ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
@@ -124,6 +126,60 @@ TEST_P(TextFormats, KeepNetworks) {
     if (HasFatalFailure()) {
       return;
     }
+  }
+}
+
+// What a file is cut off behind, byte by byte, is refused or partly read, and never more than that.
+TEST_P(TextFormats, SurviveTruncation) {
+  QVR_network network;
+  AddChance(network, "a", 2, {}, {0.25, 0.75});
+  ASSERT_GE(AddChance(network, "b", 2, {0}, {0.5, 0.5, 0.125, 0.875}), 0);
+  network.NodeAt(0)->info->header.SetComment("a \\ \"quoted\" text");
+  ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0);
+  const std::string whole = folder.Read("a" + std::string(GetParam().extension));
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    QVR_network loaded;
+    loaded.LoadFile(folder.Write("cut", whole.substr(0, length)).c_str(), GetParam().code, nullptr);
+    ASSERT_EQ(loaded.CheckInvariants(), "") << length;
+    ASSERT_LE(loaded.GetNumberOfNodes(), network.GetNumberOfNodes()) << length;
+  }
+}
+
+// A network that the format can't hold leaves an older file as it was.
+TEST_P(TextFormats, RefuseWhatTheyCannotHold) {
+  QVR_network network;
+  const bool hasEquations = GetParam().code == kFormatKi || GetParam().code == kFormatText;
+  network.AddNode(hasEquations ? kTypeEquationScc : kTypeEquation, "x");
+  const std::string path = folder.Write("old" + std::string(GetParam().extension), "old");
+  EXPECT_EQ(network.SaveFile(path.c_str(), 0, nullptr), QVR_OUT_OF_RANGE);
+  EXPECT_EQ(ReadWhole(path), "old");
+  EXPECT_FALSE(LogGuard::Messages(QVR_OUT_OF_RANGE).empty());
+  EXPECT_EQ(network.SaveFile(folder.Path("none/x").c_str(), GetParam().code, nullptr) < 0, true);
+}
+
+// Names that no format's syntax may trip over, line ends and a byte-order mark.
+TEST_P(TextFormats, KeepNamesAndTakeAnyLineEnds) {
+  QVR_network network;
+  const std::string longName(300, 'n');
+  for (const char* id : {"node", "potential", "NA", "e5", "probs", longName.c_str()}) {
+    const int node = AddChance(network, id, 2, {}, {0.25, 0.75});
+    network.NodeAt(node)->info->header.SetName("caf\xE9 \\41 \"{;}\" %  //  /* \\C3");
+    network.NodeAt(node)->definition->RenameOutcome(0, "UNDEF");
+    if (node > 0) {
+      ASSERT_EQ(network.AddArc(0, node, kOrdinaryLayer), 0);
+    }
+  }
+  ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
+  std::string text = "\xEF\xBB\xBF" + folder.Read("a" + std::string(GetParam().extension));
+  for (std::size_t i = 0; (i = text.find('\n', i)) != std::string::npos; i += 2) {
+    text.insert(i, 1, '\r');
+  }
+  QVR_network loaded;
+  ASSERT_EQ(loaded.LoadFile(folder.Write("b", text).c_str(), GetParam().code, nullptr), 0) << JoinedLog();
+  EXPECT_EQ(JoinedLog(), "");
+  ExpectSameNetwork(network, loaded);
+  if (GetParam().code != kFormatErgo && GetParam().code != kFormatXmlBif) {
+    EXPECT_EQ(loaded.NodeAt(1)->info->header.GetName(), network.NodeAt(1)->info->header.GetName());
   }
 }
 
