@@ -45,8 +45,9 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
  private:
   // What may stand in a block: each reader is called at its keyword.
   using Statements = std::vector<std::pair<const char*, std::function<int()>>>;
-  // A node's fields may come in any order, so what they say is done at its end, in this one.
-  enum Phase : int { kOutcomes, kArcs, kNumbers, kAttributes, kPhaseCount };
+  // A node's fields may come in any order, so what they say is done at its end, in this one. Distinguished
+  // states come before the numbers, some of whose rows they set.
+  enum Phase : int { kOutcomes, kArcs, kDistinguished, kNumbers, kAttributes, kPhaseCount };
   struct Deferred {
     int line;
     std::function<int()> act;

@@ -78,7 +78,7 @@ int QVR_qvrSpeaker::ReadDefinition() {
       {"STRENGTHS", [this] { return ReadStrengths(); }},
       {"DSTATES",
        [this] {
-         return DeferList("DSTATES", kNumbers, &QVR_fileFormat::ReadIntList,
+         return DeferList("DSTATES", kDistinguished, &QVR_fileFormat::ReadIntList,
                           &QVR_qvrSpeaker::SetDistinguishedStates);
        }},
       {"FUNCTION", [this] { return DeferInt("FUNCTION", kNumbers, &QVR_qvrSpeaker::SetFunction); }},
