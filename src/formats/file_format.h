@@ -127,6 +127,8 @@ class QVR_fileFormat : public QVR_object {
   void ReadStatements(const std::function<int()>& readStatement);
   // The same to the end of the file: skips by SkipSection, and needs no ";".
   void ReadDocument(const std::function<int()>& readSection);
+  // To the "}" of the present block, past all ";", or to the end of the file.
+  void SkipToBlockEnd();
   // Consumes a statement that ends in a block: up to the "}" of its first "{", or to a ";" before that.
   int SkipBracedSection();
 

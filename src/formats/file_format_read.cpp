@@ -387,6 +387,11 @@ int QVR_fileFormat::SkipBlock() {
   return SkipTo([this](long long depth) { return depth == 0 && (token.text == ";" || token.text == "}"); });
 }
 
+void QVR_fileFormat::SkipToBlockEnd() {
+  while (SkipBlock() == QVR_OKAY && TryExpect(kTokenPunctuator, ";") == QVR_OKAY) {
+  }
+}
+
 int QVR_fileFormat::SkipBracedSection() {
   const int status = SkipTo([this](long long depth) {
     return (depth == 0 && token.text == ";") || (depth <= 1 && token.text == "}");

@@ -223,9 +223,10 @@ int QVR_microsoftSpeaker::ReadStateNames(QVR_stringArray& states) {
     }
   }
   if (status < 0) {
-    SkipBlock();
+    SkipToBlockEnd();
   }
-  return ReadBlockEnd();
+  const int end = ReadBlockEnd();
+  return status < 0 ? status : end;
 }
 
 void QVR_microsoftSpeaker::SetStates(QVR_node& node, int count, const QVR_stringArray& states) {

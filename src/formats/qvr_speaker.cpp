@@ -200,8 +200,7 @@ int QVR_qvrSpeaker::ReadScreenComment(QVR_textBoxList& textBoxes) {
     return status;
   }
   if (ReadBoxContent(textBoxes) < 0) {
-    while (SkipBlock() == QVR_OKAY && TryExpect(kTokenPunctuator, ";") == QVR_OKAY) {
-    }
+    SkipToBlockEnd();
   }
   return ReadBlockEnd();
 }
