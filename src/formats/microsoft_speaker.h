@@ -70,6 +70,8 @@ class QVR_microsoftSpeaker : public QVR_fileFormat {
   void SkipSign();
 
   // --- tables: microsoft_speaker_tables.cpp
+  [[nodiscard]] static const char* KindOf(int type);  // the word of a node's block
+  [[nodiscard]] static bool LabelsSayNothing(const std::vector<Row>& rows);
   int ReadTable(const std::string& kind);
   int ReadBlockHead(Block& block);
   int ReadRow(Block& block);

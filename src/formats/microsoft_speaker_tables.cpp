@@ -10,14 +10,17 @@
 namespace qvr {
 namespace {
 
-const char* KindOf(int type) {
-  if (type == kTypeList) {
-    return "information";
-  }
-  return type == kTypeTable ? "utility" : "probability";
-}
+constexpr const char* kBadLabel = "ERROR: Invalid coordinates";
 
 }  // namespace
+
+// More than one row, all of them labelled with zeros.
+bool QVR_microsoftSpeaker::LabelsSayNothing(const std::vector<Row>& rows) {
+  return rows.size() > 1 && std::all_of(rows.begin(), rows.end(), [](const Row& row) {
+           return !row.isDefault && std::all_of(row.labels.begin(), row.labels.end(),
+                                                [](const std::string& label) { return label == "0"; });
+         });
+}
 
 int QVR_microsoftSpeaker::ReadTable(const std::string& kind) {
   Block block;
@@ -128,7 +131,7 @@ int QVR_microsoftSpeaker::PlaceOf(const Row& row, const Block& block) {
     const int states = network.NodeAt(block.parents[i])->GetNumberOfOutcomes();
     place = index < 0 ? index : place * states + index;
   }
-  return place < 0 ? Report(place, "ERROR: Invalid coordinates") : place;
+  return place < 0 ? Report(place, kBadLabel) : place;
 }
 
 // Rows go where their labels say, whatever their order in the file. Some writers label all of them with
@@ -137,42 +140,33 @@ void QVR_microsoftSpeaker::FillTable(const Block& block) {
   const QVR_node& node = *network.NodeAt(block.child);
   const int width = std::max(node.GetNumberOfOutcomes(), 1);
   const int rowCount = GetTableSize(network, block.child) / width;
-  const bool labelsSayNothing =
-      block.rows.size() > 1 && std::all_of(block.rows.begin(), block.rows.end(), [](const Row& row) {
-        return !row.isDefault && std::all_of(row.labels.begin(), row.labels.end(),
-                                             [](const std::string& label) { return label == "0"; });
-      });
-  const double usual = node.GetType() == kTypeTable ? 0.0 : 1.0 / width;
-  std::vector<double> cells(static_cast<std::size_t>(rowCount) * static_cast<std::size_t>(width), usual);
-  std::vector<char> isGiven(static_cast<std::size_t>(rowCount));
+  std::vector<const Row*> placed(static_cast<std::size_t>(rowCount));
   const Row* defaultRow = nullptr;
-  int next = 0;
-  const auto fill = [&](int place, const Row& row) {
-    std::copy_n(row.numbers.begin(), width, cells.begin() + static_cast<std::ptrdiff_t>(place) * width);
-  };
-  for (const Row& row : block.rows) {
+  const bool isOrdered = !block.parents.empty() && LabelsSayNothing(block.rows);
+  for (std::size_t i = 0; i < block.rows.size(); ++i) {
+    const Row& row = block.rows[i];
     lineOfReport = row.line;
     if (row.numbers.GetNumItems() != width) {
       Report(QVR_OUT_OF_RANGE, "ERROR: Node [" + node.GetId() + "] was expecting " + std::to_string(width) +
                                    " numbers but " + std::to_string(row.numbers.GetNumItems()) +
                                    " were read");
-      ++next;
-      continue;
-    }
-    if (row.isDefault) {
+    } else if (row.isDefault) {
       defaultRow = &row;
-      continue;
-    }
-    const int place = labelsSayNothing && next < rowCount ? next : PlaceOf(row, block);
-    ++next;
-    if (place >= 0) {
-      fill(place, row);
-      isGiven[static_cast<std::size_t>(place)] = 1;
+    } else if (isOrdered && i >= placed.size()) {
+      Report(QVR_OUT_OF_RANGE, kBadLabel);
+    } else if (const int place = isOrdered ? static_cast<int>(i) : PlaceOf(row, block); place >= 0) {
+      placed[static_cast<std::size_t>(place)] = &row;
     }
   }
-  for (int place = 0; place < rowCount && defaultRow != nullptr; ++place) {
-    if (isGiven[static_cast<std::size_t>(place)] == 0) {
-      fill(place, *defaultRow);
+  std::vector<double> cells;
+  cells.reserve(placed.size() * static_cast<std::size_t>(width));
+  for (const Row* row : placed) {
+    row = row == nullptr ? defaultRow : row;
+    if (row == nullptr) {
+      cells.insert(cells.end(), static_cast<std::size_t>(width),
+                   node.GetType() == kTypeTable ? 0.0 : 1.0 / width);
+    } else {
+      cells.insert(cells.end(), row->numbers.begin(), row->numbers.end());
     }
   }
   SetTable(network, block.child, cells);

@@ -11,14 +11,14 @@ namespace {
 
 constexpr const char* kKinds[] = {"information", "probability", "utility"};
 
-const char* KindOf(int type) {
+}  // namespace
+
+const char* QVR_microsoftSpeaker::KindOf(int type) {
   if (type == kTypeList) {
     return kKinds[0];
   }
   return type == kTypeTable ? kKinds[2] : kKinds[1];
 }
-
-}  // namespace
 
 int QVR_microsoftSpeaker::WriteFile(const char* fileName) {
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {

@@ -52,7 +52,7 @@ int QVR_qvrSpeaker::ReadNode() {
 }
 
 int QVR_qvrSpeaker::Defer(Phase phase, std::function<int()> act) {
-  open.deferred[phase].push_back({GetLine(), std::move(act)});
+  open.deferred[static_cast<std::size_t>(phase)].push_back({GetLine(), std::move(act)});
   return QVR_OKAY;
 }
 
