@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:?usage: scripts/fuzz.sh SECONDS [TARGET...]}
 shift
 build=build/fuzz
-targets=${*:-xml_loader xml_round_trip table formula}
+targets=${*:-xml_loader xml_round_trip text_loader table formula}
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
   -DCMAKE_CXX_FLAGS=-fsanitize=fuzzer-no-link -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g" \

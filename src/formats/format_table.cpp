@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <string_view>
 
+#include "formats/ergo_speaker.h"
+#include "formats/hugin_speaker.h"
+#include "formats/ki_speaker.h"
+#include "formats/microsoft_speaker.h"
+#include "formats/netica_speaker.h"
+#include "formats/qvr_speaker.h"
+#include "formats/xml_speaker.h"
 #include "formats/xqvr_speaker.h"
 #include "model/error_log.h"
 #include "model/status.h"
@@ -48,8 +55,25 @@ std::unique_ptr<QVR_fileFormat> CreateSpeaker(QVR_network& network, const char* 
   if (format == kFormatByExtension) {
     format = GetFormatFromExtension(fileName);
   }
-  if (format == kFormatXml) {
-    return std::make_unique<QVR_xqvrSpeaker>(network);
+  switch (format) {
+    case kFormatErgo:
+      return std::make_unique<QVR_ergoSpeaker>(network);
+    case kFormatNetica:
+      return std::make_unique<QVR_neticaSpeaker>(network);
+    case kFormatMicrosoft:
+      return std::make_unique<QVR_microsoftSpeaker>(network);
+    case kFormatHugin:
+      return std::make_unique<QVR_huginSpeaker>(network);
+    case kFormatKi:
+      return std::make_unique<QVR_kiSpeaker>(network);
+    case kFormatXmlBif:
+      return std::make_unique<QVR_xmlSpeaker>(network);
+    case kFormatText:
+      return std::make_unique<QVR_qvrSpeaker>(network);
+    case kFormatXml:
+      return std::make_unique<QVR_xqvrSpeaker>(network);
+    default:
+      break;
   }
   GetErrorLog().Log(QVR_OUT_OF_RANGE, "Unknown File Format");
   return nullptr;

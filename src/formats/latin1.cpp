@@ -55,7 +55,31 @@ unsigned DecodeCharacter(const std::string& text, std::size_t& next) {
   return value;
 }
 
+// Whether the value needs a sequence of this length, and is a character.
+bool IsCharacter(unsigned value, int length) {
+  constexpr unsigned kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  return value >= kLeast[length] && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+}
+
 }  // namespace
+
+bool IsValidUtf8(const std::string& text) {
+  for (std::size_t next = 0; next < text.size();) {
+    const std::size_t first = next;
+    const int length = DecodeLead(static_cast<unsigned char>(text[first])).length;
+    const unsigned value = DecodeCharacter(text, next);
+    if (length > 4 || next - first != static_cast<std::size_t>(length) || !IsCharacter(value, length)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void ConvertFileText(std::string& text) {
+  if (IsValidUtf8(text)) {
+    ConvertToLatin1(text);
+  }
+}
 
 void ConvertToLatin1(std::string& text) {
   if (IsAscii(text)) {

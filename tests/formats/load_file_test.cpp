@@ -91,7 +91,7 @@ TEST_F(LoadFile, AFailureKeepsWhatWasReadAndRestoresTheNetworksState) {
 
 TEST_F(LoadFile, AnUnknownFormatLeavesTheNetworkAlone) {
   ASSERT_EQ(Load(Write("a.xqvr", kComplete)), 0);
-  for (const char* name : {"a", "a.txt", "a.net", "a.qvr"}) {
+  for (const char* name : {"a", "a.txt", "a.bif"}) {
     EXPECT_EQ(Load(name), QVR_OUT_OF_RANGE) << name;
     EXPECT_EQ(LogGuard::Messages(QVR_OUT_OF_RANGE), Strings{"Unknown File Format"}) << name;
   }

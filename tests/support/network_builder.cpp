@@ -66,6 +66,14 @@ std::vector<double> CellsOf(QVR_network& network, int handle) {
   return {cells.begin(), cells.end()};
 }
 
+std::vector<double> NumbersOf(QVR_network& network, int handle) {
+  QVR_doubleArray* cells = nullptr;
+  if (network.NodeAt(handle)->definition->GetDataArray(cells) < 0) {
+    return {};
+  }
+  return {cells->Vector().begin(), cells->Vector().end()};
+}
+
 std::vector<int> AllNodes(const QVR_network& network) {
   QVR_intArray handles;
   network.GetAllNodes(handles);

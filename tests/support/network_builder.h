@@ -21,6 +21,8 @@ int SetTable(QVR_network& network, int handle, const std::vector<double>& table)
 [[nodiscard]] QVR_Dmatrix* TableOf(QVR_network& network, int handle);
 // The numbers of its table; empty for a node without one.
 [[nodiscard]] std::vector<double> CellsOf(QVR_network& network, int handle);
+// The same for a utility as well.
+[[nodiscard]] std::vector<double> NumbersOf(QVR_network& network, int handle);
 [[nodiscard]] inline std::vector<int> ListOf(const QVR_intArray& list) { return {list.begin(), list.end()}; }
 [[nodiscard]] std::vector<int> AllNodes(const QVR_network& network);
 [[nodiscard]] QVR_nodeValue& ValueOf(QVR_network& network, int handle);

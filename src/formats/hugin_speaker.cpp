@@ -1,0 +1,346 @@
+// Reading Hugin's net format.
+#include "formats/hugin_speaker.h"
+
+#include <cmath>
+
+#include "definitions/utility_table.h"
+#include "formats/latin1.h"
+#include "formats/table_exchange.h"
+#include "model/identifier.h"
+#include "model/network.h"
+
+namespace qvr {
+namespace {
+
+constexpr double kMaxCoordinate = 1e9;
+
+struct Kind {
+  const char* word;
+  int type;
+};
+constexpr Kind kKinds[] = {{"node", kTypeCpt}, {"decision", kTypeList}, {"utility", kTypeTable}};
+
+// Of a potential that has them: they add nothing to the table.
+constexpr const char* kSilentFields[] = {"experience", "fading", "model_nodes", "samples_per_interval",
+                                         nullptr};
+
+bool IsCoordinate(double x) { return std::abs(x) <= kMaxCoordinate; }
+
+}  // namespace
+
+int QVR_huginSpeaker::ReadFile(const char* fileName) {
+  int status = StartReading(fileName, kLexerPercentComments);
+  if (status == QVR_OKAY) {
+    status = ReadStart();
+  }
+  if (status == QVR_OKAY) {
+    ReadDocument([this] { return ReadSection(); });
+  }
+  lexer.reset();
+  return status;
+}
+
+// "net" and its block, or the head of a class, within which the statements of both stand.
+int QVR_huginSpeaker::ReadStart() {
+  if (NextIsKeyword("class") == 1) {
+    Consume();
+    std::string id;
+    int status = ExpectIdentifier(id);
+    if (status == QVR_OKAY) {
+      status = Expect(kTokenPunctuator, "{");
+    }
+    isClass = true;
+    if (status == QVR_OKAY) {
+      MakeValidIdentifier(id);
+      network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.SetId(id.c_str());
+    }
+    return status;
+  }
+  if (const int status = Expect(kTokenIdentifier, "net"); status < 0) {
+    return status;
+  }
+  if (Expect(kTokenPunctuator, "{") == QVR_OKAY) {
+    ReadStatements([this] { return ReadNetStatement(); });
+    ReadBlockEnd();
+  }
+  return QVR_OKAY;
+}
+
+int QVR_huginSpeaker::ReadNetStatement() {
+  if (NextIsKeyword("node_size") == 1) {
+    return ReadNodeSize();
+  }
+  if (NextIsKeyword("name") == 1 || NextIsKeyword("label") == 1) {
+    return ReadNetName(PeekIs("name"));
+  }
+  if (NextIsIdentifier() == 1 && token.text.starts_with("HR")) {
+    return SkipBlock();
+  }
+  return ReportUnknown("Unknown Net Statement");
+}
+
+// What new nodes inherit.
+int QVR_huginSpeaker::ReadNodeSize() {
+  QVR_doubleArray size;
+  Consume();
+  int status = Expect(kTokenPunctuator, "=");
+  if (status == QVR_OKAY) {
+    status = ReadDoubleList(size);
+  }
+  if (status < 0 || size.GetNumItems() != 2 || !IsCoordinate(size[0]) || !IsCoordinate(size[1])) {
+    return Report(QVR_OUT_OF_RANGE, "ERROR: Wrong node size");
+  }
+  QVR_rectangle& position = network.GetSubmodels().nodeDefaults.position;
+  position.width = static_cast<int>(size[0]);
+  position.height = static_cast<int>(size[1]);
+  return QVR_OKAY;
+}
+
+int QVR_huginSpeaker::ReadNetName(bool isName) {
+  std::string text;
+  Consume();
+  int status = Expect(kTokenPunctuator, "=");
+  if (status == QVR_OKAY) {
+    status = NextIsIdentifier() == 1 ? ReadIdentifier(text) : ExpectString(text);
+  }
+  if (status == QVR_OKAY && (isName || !hasName)) {
+    ConvertFileText(text);
+    hasName = hasName || isName;
+    network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.SetName(text.c_str());
+  }
+  return status;
+}
+
+int QVR_huginSpeaker::ReadSection() {
+  if (NextIsKeyword("potential") == 1) {
+    return ReadPotential();
+  }
+  if (NextIsKeyword("continuous") == 1) {
+    return ReadContinuousNode();
+  }
+  if (NextIsKeyword("discrete") == 1) {
+    Consume();
+  }
+  for (const Kind& kind : kKinds) {
+    if (NextIsKeyword(kind.word) == 1) {
+      Consume();
+      return ReadNode(kind.type);
+    }
+  }
+  if (isClass && NextIsIdentifier() == 1) {
+    Consume();
+    const bool isField = NextIsPunctuator("=") == 1;
+    lexer->Back();
+    if (isField) {
+      return ReadNetStatement();
+    }
+    Peek();
+  }
+  return ReportUnknown("Unknown Node Type");
+}
+
+int QVR_huginSpeaker::ReadContinuousNode() {
+  Report(QVR_SYNTAX_ERROR, "ERROR: : Continuous nodes not supported (yet)");
+  std::string word;
+  std::string name;
+  Consume();
+  int status = ExpectIdentifier(word);
+  if (status == QVR_OKAY) {
+    status = ExpectIdentifier(name);
+  }
+  if (status == QVR_OKAY) {
+    skippedNodes.insert(name);
+    status = SkipSection();
+  }
+  return status;
+}
+
+int QVR_huginSpeaker::ReadNode(int type) {
+  std::string name;
+  if (const int status = ExpectIdentifier(name); status < 0) {
+    return status;
+  }
+  const int handle = names.AddNode(type, name);
+  if (handle < 0) {
+    return Report(handle, "ERROR: Couldn't Create Node (\"" + name + "\")");
+  }
+  nodeType = type;
+  if (const int status = Expect(kTokenPunctuator, "{"); status < 0) {
+    return status;
+  }
+  ReadStatements([this, handle] { return ReadNodeField(handle); });
+  QVR_node& node = *network.NodeAt(handle);
+  node.CheckReady(1);
+  if (!node.IsReady()) {
+    names.DeleteNode(name);
+    Report(QVR_OBJECT_NOT_READY, "ERROR: Node not ready (valid). Node (\"" + name + "\") deleted");
+  }
+  ReadBlockEnd();
+  return QVR_OKAY;
+}
+
+int QVR_huginSpeaker::ReadNodeField(int handle) {
+  if (NextIsKeyword("position") == 1) {
+    return ReadPosition(handle);
+  }
+  if (NextIsKeyword("states") == 1) {
+    return ReadStates(handle);
+  }
+  if (NextIsKeyword("label") != 1) {
+    return SkipBlock();
+  }
+  std::string text;
+  Consume();
+  int status = Expect(kTokenPunctuator, "=");
+  if (status == QVR_OKAY) {
+    status = ExpectString(text);
+  }
+  if (status == QVR_OKAY) {
+    ConvertFileText(text);
+    network.NodeAt(handle)->info->header.SetName(text.c_str());
+  }
+  return status;
+}
+
+int QVR_huginSpeaker::ReadPosition(int handle) {
+  QVR_doubleArray place;
+  Consume();
+  int status = Expect(kTokenPunctuator, "=");
+  if (status == QVR_OKAY) {
+    status = ReadDoubleList(place);
+  }
+  if (status < 0 || place.GetNumItems() != 2 || !IsCoordinate(place[0]) || !IsCoordinate(place[1])) {
+    return Report(QVR_OUT_OF_RANGE, "ERROR: Wrong position coordinates");
+  }
+  QVR_rectangle& position = network.NodeAt(handle)->info->screen.position;
+  position.centerX = static_cast<int>(place[0]);
+  position.centerY = static_cast<int>(place[1]);
+  return QVR_OKAY;
+}
+
+// Strings, words and numbers alike.
+int QVR_huginSpeaker::ReadStates(int handle) {
+  Consume();
+  int status = Expect(kTokenPunctuator, "=");
+  if (status == QVR_OKAY) {
+    status = Expect(kTokenPunctuator, "(");
+  }
+  QVR_stringArray states;
+  while (status == QVR_OKAY && NextIsPunctuator(")") == 0) {
+    if (NextIsString() != 1 && NextIsIdentifier() != 1 && NextIsNumber() != 1) {
+      return Expect(kTokenString, nullptr);
+    }
+    status = states.Add(std::string(token.text).c_str());
+    Consume();
+  }
+  if (status == QVR_OKAY) {
+    status = Expect(kTokenPunctuator, ")");
+  }
+  if (status < 0 || nodeType == kTypeTable) {
+    return status;
+  }
+  status = SetOutcomeNames(network, handle, states);
+  return Report(status,
+                "ERROR: Couldn't set the states of node (\"" + network.NodeAt(handle)->GetId() + "\")");
+}
+
+int QVR_huginSpeaker::ReadPotential() {
+  QVR_stringArray nodes;
+  int child = -1;
+  Consume();
+  if (const int status = ReadPotentialHead(nodes); status < 0) {
+    return status;
+  }
+  for (int i = 0; i < nodes.GetNumItems(); ++i) {
+    if (skippedNodes.contains(nodes.Get(i))) {
+      return SkipSection();
+    }
+  }
+  if (const int status = AddArcs(nodes, child); status < 0) {
+    return status;
+  }
+  if (const int status = Expect(kTokenPunctuator, "{"); status < 0) {
+    return status;
+  }
+  hasData = false;
+  ReadStatements([this, child] { return ReadPotentialField(child); });
+  ReadBlockEnd();
+  return QVR_OKAY;
+}
+
+// The child, then its parents.
+int QVR_huginSpeaker::ReadPotentialHead(QVR_stringArray& nodes) {
+  std::string name;
+  int status = Expect(kTokenPunctuator, "(");
+  if (status == QVR_OKAY) {
+    status = ExpectIdentifier(name);
+  }
+  if (status < 0) {
+    return status;
+  }
+  nodes.Add(name.c_str());
+  if (NextIsIdentifier() == 1) {
+    return Report(QVR_SYNTAX_ERROR, "ERROR: Undirected arcs not (yet) supported");
+  }
+  TryExpect(kTokenPunctuator, "|");
+  while (NextIsIdentifier() == 1) {
+    ReadIdentifier(name);
+    nodes.Add(name.c_str());
+  }
+  return Expect(kTokenPunctuator, ")");
+}
+
+int QVR_huginSpeaker::AddArcs(const QVR_stringArray& nodes, int& child) {
+  QVR_intArray handles;
+  for (int i = 0; i < nodes.GetNumItems(); ++i) {
+    handles.Add(names.Find(nodes.Get(i)));
+    if (handles[i] < 0) {
+      return Report(QVR_OUT_OF_RANGE, "ERROR: Node (\"" + std::string(nodes.Get(i)) + "\") not found");
+    }
+  }
+  child = handles[0];
+  for (int i = 1; i < handles.GetNumItems(); ++i) {
+    const int status = network.AddArc(handles[i], child, kOrdinaryLayer);
+    Report(status, "ERROR: Couldn't add arc from parent node (\"" + std::string(nodes.Get(i)) + "\")");
+  }
+  return QVR_OKAY;
+}
+
+int QVR_huginSpeaker::ReadPotentialField(int handle) {
+  if (NextIsKeyword("data") == 1) {
+    Consume();
+    hasData = true;
+    const int status = Expect(kTokenPunctuator, "=");
+    return status < 0 ? status : ReadData(handle);
+  }
+  if (NextIsOneOf(kSilentFields) == 1 || (hasData && NextIsKeyword("model_data") == 1)) {
+    return SkipBlock();
+  }
+  return ReportUnknown("Unknown potential statement");
+}
+
+// The numbers alone count, however they are nested. A decision's would be a policy.
+int QVR_huginSpeaker::ReadData(int handle) {
+  QVR_doubleArray numbers;
+  while (!AtBlockEnd() && NextIsPunctuator(";") == 0) {
+    double number = 0;
+    if (NextIsNumber() != 1) {
+      Consume();
+    } else if (ReadNumber(number) < 0) {
+      return Expect(kTokenReal, nullptr);
+    } else if (const int status = numbers.Add(number); status < 0) {
+      return status;
+    }
+  }
+  const int type = network.NodeAt(handle)->GetType();
+  if (type == kTypeList) {
+    return QVR_OKAY;
+  }
+  const int count = numbers.GetNumItems();
+  const int status = type == kTypeTable
+                         ? static_cast<QVR_table&>(*network.NodeAt(handle)->definition).SetUtilities(numbers)
+                         : SetProbabilityRows(network, handle, std::move(numbers));
+  return Report(status, WrongCountMessage(network, handle, count));
+}
+
+}  // namespace qvr
