@@ -100,7 +100,7 @@ void QVR_qvrSpeaker::VisitDeMorgan(QVR_demorgan& definition) {
   WriteStateNames(definition, "NAMESTATES");
   QVR_stringArray words;
   for (const int type : definition.GetParentTypes()) {
-    words.Add(WordOf(kInfluenceWords, type));
+    words.Add(WordOf(type, kInfluenceWords, kCause));
   }
   WriteIdentifierListField("TYPES", words, 0);
   WriteNumbers("WEIGHTS", definition.GetParentWeights());
@@ -150,10 +150,8 @@ void QVR_qvrSpeaker::WriteStrengths(const QVR_noisyMAX& definition) {
 
 void QVR_qvrSpeaker::WriteExtraDefinition(const QVR_node& node) {
   const QVR_extraDefinition& extra = *node.extra;
-  const bool isKnown = extra.diagnosisType >= 0 && extra.diagnosisType < 3;
   WriteBlockHeader("EXTRA_DEFINITION");
-  WriteStringField("DIAGNOSIS_TYPE", WordOf(kDiagnosisTypes, isKnown ? extra.diagnosisType : kAuxiliary),
-                   false, false);
+  WriteStringField("DIAGNOSIS_TYPE", WordOf(extra.diagnosisType, kDiagnosisTypes, kAuxiliary), false, false);
   WriteBoolField("RANKED", extra.ranked != 0);
   WriteBoolField("MANDATORY", extra.mandatory != 0);
   WriteBoolField("SETASDEFAULT", extra.setAsDefault != 0);

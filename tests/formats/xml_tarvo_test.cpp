@@ -176,7 +176,8 @@ TEST(XmlTarvo, WritesTheSectionAsTheFrontEndReadsIt) {
       "\t\t<cpt id=\"a\" target=\"true\" dynamic=\"plate\">\n"
       "\t\t\t<state id=\"x\" />\n\t\t\t<state id=\"y\" />\n"
       "\t\t\t<probabilities>1 0</probabilities>\n\t\t</cpt>\n"
-      "\t\t<utility id=\"u\">\n\t\t\t<utilities>1</utilities>\n\t\t</utility>\n\t</nodes>\n"
+      "\t\t<utility id=\"u\">\n\t\t\t<utilities>1</utilities>\n\t\t</utility>\n\t</nodes>\n\t<dynamic "
+      "numslices=\"10\">\n\t</dynamic>\n"
       "\t<observationcost>\n\t\t<node id=\"a\">\n\t\t\t<cost>2.5</cost>\n\t\t</node>\n"
       "\t</observationcost>\n";
   EXPECT_EQ(text, document + "</orbel>\n");
