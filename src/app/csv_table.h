@@ -2,15 +2,13 @@
 #ifndef QVR_APP_CSV_TABLE_H
 #define QVR_APP_CSV_TABLE_H
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace qvr {
+#include "app/failure.h"
 
-// What ended a run, as one line for the user; nothing on success.
-using Failure = std::optional<std::string>;
+namespace qvr {
 
 // The fields of each line.
 using StringRows = std::vector<std::vector<std::string>>;

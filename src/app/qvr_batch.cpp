@@ -1,26 +1,27 @@
 // qvr-batch: runs the cases of the working directory through its network.
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 
 #include "app/batch_runner.h"
+#include "app/failure.h"
 #include "app/result_table.h"
 
 namespace {
 
 qvr::Failure RunBatch() {
+  const qvr::BatchFiles files;
   const qvr::CsvTable table;
   qvr::IntColumns caseColumns;
-  if (qvr::Failure failure = table.ReadIntTable(qvr::kCaseFile, caseColumns)) {
+  if (qvr::Failure failure = table.ReadIntTable(files.cases, caseColumns)) {
     return failure;
   }
   qvr::StringRows resultNames;
-  if (qvr::Failure failure = table.ReadStringTable(qvr::kResultNameFile, resultNames)) {
+  if (qvr::Failure failure = table.ReadStringTable(files.resultNames, resultNames)) {
     return failure;
   }
   qvr::StringRows symptomNames;
-  if (qvr::Failure failure = table.ReadStringTable(qvr::kSymptomNameFile, symptomNames)) {
+  if (qvr::Failure failure = table.ReadStringTable(files.symptomNames, symptomNames)) {
     return failure;
   }
   std::vector<std::vector<double>> resultRows;
@@ -29,15 +30,7 @@ qvr::Failure RunBatch() {
           qvr::RunCases(symptomNames, resultNames, caseColumns, resultRows, resultHeader)) {
     return failure;
   }
-  return qvr::WriteResultTable(qvr::kResultFile, resultRows, resultHeader);
-}
-
-// Texts from files may hold line ends and other control characters; a failure stays one line.
-void PrintFailure(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; },
-      '?');
-  std::fprintf(stderr, "qvr-batch: %s\n", text.c_str());
+  return qvr::WriteResultTable(files.results, resultRows, resultHeader);
 }
 
 }  // namespace
@@ -47,7 +40,7 @@ int main() {
   std::signal(SIGXFSZ, SIG_IGN);
   try {
     if (qvr::Failure failure = RunBatch()) {
-      PrintFailure(*failure);
+      std::fprintf(stderr, "qvr-batch: %s\n", qvr::OneLine(*failure).c_str());
       return 1;
     }
   } catch (const std::exception&) {  // what containers throw when memory is short
