@@ -93,4 +93,19 @@ void ConvertToLatin1(std::string& text) {
   text.resize(length);
 }
 
+std::string ToUtf8(std::string_view latin1) {
+  std::string text;
+  text.reserve(latin1.size());
+  for (const char c : latin1) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      text += c;
+    } else {
+      text += static_cast<char>(0xC0 | (byte >> 6));
+      text += static_cast<char>(0x80 | (byte & 0x3F));
+    }
+  }
+  return text;
+}
+
 }  // namespace qvr

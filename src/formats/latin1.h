@@ -1,8 +1,9 @@
-// Conversion of UTF-8 to the engine's single-byte text.
+// Conversion between UTF-8, as parsers and terminals have it, and the engine's single-byte text.
 #ifndef QVR_FORMATS_LATIN1_H
 #define QVR_FORMATS_LATIN1_H
 
 #include <string>
+#include <string_view>
 
 namespace qvr {
 
@@ -12,6 +13,7 @@ void ConvertToLatin1(std::string& text);
 // Texts of files that don't say how they are encoded: converted if they are valid UTF-8 throughout, else
 // kept.
 void ConvertFileText(std::string& text);
+[[nodiscard]] std::string ToUtf8(std::string_view latin1);
 
 }  // namespace qvr
 
