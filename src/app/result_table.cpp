@@ -10,39 +10,41 @@ namespace qvr {
 
 namespace {
 
-constexpr int kSignificantDigits = 6;
+// Ends a line of cells that are each followed by a comma.
+bool WriteLine(AtomicFile& file, std::string& line, TableStyle style) {
+  if (!style.endsWithComma && !line.empty()) {
+    line.pop_back();
+  }
+  line += '\n';
+  const bool written = file.Write(line);
+  line.clear();
+  return written;
+}
 
 bool WriteRows(AtomicFile& file, const std::vector<std::vector<double>>& resultRows,
-               const std::vector<std::string>& resultHeader) {
+               const std::vector<std::string>& resultHeader, TableStyle style) {
   std::string line;
   for (const std::string& cell : resultHeader) {
     line += cell;
     line += ',';
   }
-  line += '\n';
-  if (!file.Write(line)) {
-    return false;
-  }
-  for (const std::vector<double>& row : resultRows) {
-    line.clear();
-    for (double cell : row) {
-      line += FormatGeneral(cell, kSignificantDigits);
+  bool written = WriteLine(file, line, style);
+  for (std::size_t i = 0; i < resultRows.size() && written; ++i) {
+    for (double cell : resultRows[i]) {
+      line += FormatGeneral(cell, style.digits);
       line += ',';
     }
-    line += '\n';
-    if (!file.Write(line)) {
-      return false;
-    }
+    written = WriteLine(file, line, style);
   }
-  return true;
+  return written;
 }
 
 }  // namespace
 
 Failure WriteResultTable(const std::string& fileName, const std::vector<std::vector<double>>& resultRows,
-                         const std::vector<std::string>& resultHeader) {
+                         const std::vector<std::string>& resultHeader, TableStyle style) {
   AtomicFile file(fileName);
-  if (file.IsOpen() && WriteRows(file, resultRows, resultHeader) && file.Commit() == QVR_OKAY) {
+  if (file.IsOpen() && WriteRows(file, resultRows, resultHeader, style) && file.Commit() == QVR_OKAY) {
     return std::nullopt;
   }
   return fileName + ": can't write the file: " + std::generic_category().message(file.GetFailure());

@@ -9,12 +9,16 @@
 
 namespace qvr {
 
-// Writes the header and the rows, each cell followed by a comma, numbers with six significant digits. A
-// temporary file beside the named one takes its name when all is on disk, so a failure leaves an old table
-// as it was.
+struct TableStyle {
+  int digits = 6;             // significant ones
+  bool endsWithComma = true;  // each cell is followed by a comma, the last of a line too
+};
+
+// Writes the header and the rows. A temporary file beside the named one takes its name when all is on disk,
+// so a failure leaves an old table as it was.
 [[nodiscard]] Failure WriteResultTable(const std::string& fileName,
                                        const std::vector<std::vector<double>>& resultRows,
-                                       const std::vector<std::string>& resultHeader);
+                                       const std::vector<std::string>& resultHeader, TableStyle style = {});
 
 }  // namespace qvr
 
