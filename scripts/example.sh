@@ -10,7 +10,7 @@ folder=$build/quickstart
 
 echo "Building qvr-batch in $build"
 mkdir -p "$build"
-if ! (cd "$root" && cmake --preset release -B "$build" -DQVR_TESTS=OFF -DQVR_BENCH=OFF &&
+if ! (cd "$root" && cmake --preset release -B "$build" -DQVR_TESTS=OFF -DQVR_BENCH=OFF -DQVR_COMMAND=OFF &&
   cmake --build "$build" --target qvr-batch --parallel 2) >"$build/build.log" 2>&1; then
   cat "$build/build.log" >&2
   exit 1

@@ -3,7 +3,8 @@
 set -eu
 root=$(cd "$(dirname "$0")/.." && pwd)
 
-"$root/scripts/install_packages.sh" cmake make g++ libexpat1-dev libgtest-dev libbenchmark-dev
+"$root/scripts/install_packages.sh" cmake make g++ libexpat1-dev libcli11-dev nlohmann-json3-dev libgtest-dev \
+  libbenchmark-dev graphviz
 
 cd "$root"
 cmake --preset release
