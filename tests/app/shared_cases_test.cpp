@@ -1,40 +1,14 @@
 // Batch folders with independent answers, where a checkout has them beside it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "app/batch_folder.h"
+#include "app/shared_cases.h"
 
 namespace qvr {
 namespace {
 
-namespace fs = std::filesystem;
-
 // The result table has six significant digits.
 constexpr double kTolerance = 2e-6;
-
-#ifdef NDEBUG
-constexpr bool kReleaseBuild = true;
-#else
-constexpr bool kReleaseBuild = false;
-#endif
-
-// Large networks; with sanitizers on they would take minutes.
-bool IsSlow(const std::string& name) { return name == "barley" || name == "pigs" || name == "andes"; }
-
-fs::path CaseFolder() { return fs::path(QVR_SHARED_DIR) / "cases"; }
-
-std::vector<std::string> CaseNames() {
-  std::vector<std::string> names;
-  std::error_code absent;
-  for (const fs::directory_entry& entry : fs::directory_iterator(CaseFolder(), absent)) {
-    if (entry.is_directory()) {
-      names.push_back(entry.path().filename().string());
-    }
-  }
-  std::sort(names.begin(), names.end());
-  return names.empty() ? std::vector<std::string>{"absent"} : names;
-}
 
 // The comma-separated fields of each line; what follows the last comma isn't one.
 std::vector<std::vector<std::string>> CellsOf(const std::string& text) {
@@ -53,21 +27,15 @@ std::vector<std::vector<std::string>> CellsOf(const std::string& text) {
 class SharedCases : public testing::TestWithParam<std::string> {};
 
 TEST_P(SharedCases, MatchIndependentAnswers) {
-  const fs::path source = CaseFolder() / GetParam();
-  if (!fs::exists(source)) {
-    GTEST_SKIP() << "no batch folders in " << CaseFolder();
-  }
-  if (!kReleaseBuild && IsSlow(GetParam())) {
-    GTEST_SKIP() << "only in release";
-  }
   const BatchFolder folder;
-  for (const char* name : {"kvtnetwork.xqvr", "csvofanalyzedata.csv", "csvofsymps.csv", "csvofresult.csv"}) {
-    fs::copy_file(source / name, folder.Path() / name);
+  if (!CopyCaseFolder(GetParam(), folder.Path())) {
+    GTEST_SKIP() << "no batch folder, or one for release only";
   }
   const RunOutcome outcome = folder.Run();
   ASSERT_EQ(outcome.exitCode, 0) << outcome.output;
 
-  const std::vector<std::vector<std::string>> expected = CellsOf(ReadWhole(source / "expected.csv"));
+  const std::vector<std::vector<std::string>> expected =
+      CellsOf(ReadWhole(CaseFolder() / GetParam() / "expected.csv"));
   const std::vector<std::vector<std::string>> actual = CellsOf(folder.Read("resultdata.csv"));
   ASSERT_GE(expected.size(), 3U);
   ASSERT_EQ(actual.size(), expected.size());
