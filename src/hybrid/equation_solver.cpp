@@ -14,19 +14,15 @@ int Refuse(const char* reason) { return GetErrorLog().Log(QVR_OUT_OF_RANGE, reas
 }  // namespace
 
 int EquationSolver::Run() {
+  if (int status = RefuseForeignNodes(network); status < 0) {
+    return status;
+  }
   bool isStochastic = false;
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     const QVR_node& node = *network.NodeAt(handle);
-    const int type = node.GetType();
-    if (type == kTypeNone) {
-      continue;
-    }
-    if (type != kTypeEquation && type != kTypeEquationScc) {
-      return Refuse("Unable to handle hybrid networks with equation solver.");
-    }
-    const auto* definition = dynamic_cast<EquationDefinition*>(node.definition.get());
+    const auto* definition = dynamic_cast<const EquationDefinition*>(node.definition.get());
     const bool draws = definition != nullptr && definition->GetEquation().isStochastic;
-    if (draws && type == kTypeEquationScc) {
+    if (draws && node.GetType() == kTypeEquationScc) {
       return Refuse(
           "Unable to solve: the network contains strongly-coupled components with distribution definitions.");
     }
@@ -82,6 +78,16 @@ int EquationSolver::SolveDeterministic() {
     }
     for (int member : unit.members) {
       EquationValue(network, member)->SetExactNumber(numbers.Of(member));
+    }
+  }
+  return QVR_OKAY;
+}
+
+int RefuseForeignNodes(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const int type = network.NodeAt(handle)->GetType();
+    if (type != kTypeNone && type != kTypeEquation && type != kTypeEquationScc) {
+      return Refuse("Unable to handle hybrid networks with equation solver.");
     }
   }
   return QVR_OKAY;

@@ -10,6 +10,8 @@ class QVR_network;
 [[nodiscard]] int RunCooperSolver(QVR_network& network);
 // decision/: the best choice of the first open decision. Returns as ShachterSolver::Solve.
 [[nodiscard]] int RunShachterSolver(QVR_network& network);
+// hybrid/: -2, which is logged, if a node is neither an equation nor without definition.
+[[nodiscard]] int RefuseForeignNodes(const QVR_network& network);
 // hybrid/: equations whose evidence stands on roots. Returns as EquationSolver::Run.
 [[nodiscard]] int RunEquationSolver(QVR_network& network);
 // hybrid/: equations cut into intervals. Returns as DiscretizedSolver::Run.

@@ -110,6 +110,9 @@ bool HasIntervals(const QVR_network& network) {
 
 int RunEquationFamily(QVR_network& network) {
   ForgetResults(network);
+  if (const int status = RefuseForeignNodes(network); status < 0) {
+    return status;  // no routine can go around them
+  }
   if (network.discretize != 0) {
     return HasIntervals(network)
                ? RunDiscretizedSolver(network)

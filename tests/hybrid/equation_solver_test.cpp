@@ -149,6 +149,19 @@ TEST(EquationSolver, OrdersSetsOrRefuses) {
        },
        -2,
        {"Unable to handle hybrid networks with equation solver."}},
+      {[](QVR_network& n) {  // told before any routine is chosen
+         AddChance(n, "t", 2, {}, {0.5, 0.5});
+         ValueOf(n, AddEquation(n, "s", "s=z*z")).SetEvidenceValue(1);
+       },
+       -2,
+       {"Unable to handle hybrid networks with equation solver."}},
+      {[](QVR_network& n) {
+         AddChance(n, "t", 2, {}, {0.5, 0.5});
+         CutEvenly(n, AddEquation(n, "s", "s=z"), 0, 2, 2);
+         n.discretize = 1;
+       },
+       -2,
+       {"Unable to handle hybrid networks with equation solver."}},
       {[](QVR_network& n) { AddEquation(n, "s", "s+1=z"); }, -6, {"Can't solve the equation for s : s+1=z"}},
   };
   for (const auto& c : cases) {
