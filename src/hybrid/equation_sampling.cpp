@@ -89,14 +89,13 @@ int EquationSampling::AddEquation(int handle) {
     Fix(handle, program->Evaluate(numbers.Table()));
     return QVR_OKAY;
   }
-  const bool varies = definition.GetEquation().isStochastic || AnyVaries(network.GetParents(handle));
-  varying[static_cast<std::size_t>(handle)] = varies ? 1 : 0;
   turns.push_back({false, equations.size()});
   equations.push_back({EquationValue(network, handle), numbers.SlotOf(handle), definition.GetLowerBound(),
                        definition.GetUpperBound(), std::move(*program)});
-  if (!varies) {
-    numbers.Of(handle) = equations.back().program.Evaluate(numbers.Table());  // for sets solved only once
-  }
+  // What no pass accepts isn't known to the sets below, which then can't be solved once for all.
+  const bool varies = definition.GetEquation().isStochastic || AnyVaries(network.GetParents(handle)) ||
+                      !Accept(equations.back());
+  varying[static_cast<std::size_t>(handle)] = varies ? 1 : 0;
   return QVR_OKAY;
 }
 
@@ -138,11 +137,18 @@ int EquationSampling::AddSet(const EquationUnit& unit) {
   return QVR_OKAY;
 }
 
-void EquationSampling::DrawEquation(SampledEquation& equation) {
+bool EquationSampling::Accept(SampledEquation& equation) {
   const double number = equation.program.Evaluate(numbers.Table());
-  if (!rejectOutliers || (number >= equation.lower && number <= equation.upper)) {
-    numbers.Table()[equation.slot] = number;
-    equation.value->AddSample(number, 1.0);
+  if (rejectOutliers && !(number >= equation.lower && number <= equation.upper)) {
+    return false;
+  }
+  numbers.Table()[equation.slot] = number;
+  return true;
+}
+
+void EquationSampling::DrawEquation(SampledEquation& equation) {
+  if (Accept(equation)) {
+    equation.value->AddSample(numbers.Table()[equation.slot], 1.0);
   }
 }
 

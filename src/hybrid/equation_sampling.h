@@ -47,6 +47,8 @@ class EquationSampling {
   [[nodiscard]] bool Varies(int handle) const { return varying[static_cast<std::size_t>(handle)] != 0; }
   [[nodiscard]] bool AnyVaries(const QVR_intArray& handles) const;
   [[nodiscard]] bool IsSetVarying(const EquationUnit& unit) const;
+  // Evaluates the equation into the table, unless that is an outlier to be rejected.
+  bool Accept(SampledEquation& equation);
   void DrawPass();
   void DrawEquation(SampledEquation& equation);
   void DrawSet(SampledSet& set);

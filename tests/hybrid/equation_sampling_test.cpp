@@ -77,9 +77,9 @@ TEST(EquationSampling, TellsOfNodesWithoutUsefulSamples) {
     int status;
     unsigned valid;  // bit i: node i
   } cases[] = {
-      {100, 0, "x=Normal(0,1)", 0, 7},        {100, 1, "x=Normal(0,1)", -5, 4},
-      {0, 0, "x=Normal(0,1)", -5, 4},         {-3, 0, "x=Normal(0,1)", -5, 4},
-      {100, 0, "x=Ln(-Uniform(1,2))", -5, 4}, {1 << 30, 0, "x=Normal(0,1)", -42, 0},
+      {100, 0, "x=Normal(0,1)", 0, 63},        {100, 1, "x=Normal(0,1)", -5, 4},
+      {0, 0, "x=Normal(0,1)", -5, 36},         {-3, 0, "x=Normal(0,1)", -5, 36},
+      {100, 0, "x=Ln(-Uniform(1,2))", -5, 60}, {1 << 30, 0, "x=Normal(0,1)", -42, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
@@ -88,12 +88,15 @@ TEST(EquationSampling, TellsOfNodesWithoutUsefulSamples) {
     AddEquation(network, "x", c.x, 50, 60);
     AddEquation(network, "y", "y=x+1", -100, 100);
     AddEquation(network, "k", "k=1");
+    const int d = AddEquation(network, "d", "d=k+1", 50, 60);
+    AddEquation(network, "e", "e=d+1", -100, 100);
+    AddUnknown(network, "s", "s=d", {}, {d});
     network.sampleCount = c.sampleCount;
     network.rejectOutliers = c.rejectOutliers;
     EXPECT_EQ(network.UpdateBeliefs(), c.status);
     const Strings useless = {"No useful samples have been generated for some of nodes."};
-    EXPECT_EQ(LogGuard::Messages(), c.status == -5 ? useless : Strings{});
-    for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(LogGuard::Messages(-5), c.status == -5 ? useless : Strings{});
+    for (int i = 0; i < 6; ++i) {
       EXPECT_EQ(ValueOf(network, i).IsValueValid(), (c.valid >> i & 1U) != 0) << i;
     }
   }
