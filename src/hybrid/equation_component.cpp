@@ -57,7 +57,7 @@ bool EquationComponent::Holds(const std::vector<double>& at) {
     missing += std::abs(right - left);
     size += std::abs(left) + std::abs(right);
   }
-  return missing <= kLargestResidual * size &&
+  return std::isfinite(size) && missing <= kLargestResidual * size &&
          std::all_of(at.begin(), at.end(), [](double number) { return std::isfinite(number); });
 }
 
