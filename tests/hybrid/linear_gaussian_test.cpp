@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "hybrid/equation_support.h"
+#include "hybrid/posterior_check.h"
 #include "support/gaussian_reference.h"
 
 namespace qvr {
@@ -31,6 +32,32 @@ void ExpectSamplesOf(QVR_network& network, const MomentsByNode& expected) {
     const double error = kReach * exact.deviation / std::sqrt(count);
     EXPECT_NEAR(value.mean, exact.mean, error) << network.NodeAt(handle)->GetId();
     EXPECT_NEAR(value.stdDeviation, exact.deviation, error / std::sqrt(2.0));
+  }
+}
+
+void EnterEvidence(QVR_network& network, const Evidence& evidence) {
+  for (const auto& [handle, number] : evidence) {
+    ASSERT_EQ(ValueOf(network, handle).SetEvidenceValue(number), 0);
+  }
+}
+
+// By every hybrid routine that the network allows; without evidence below a root none is used.
+void ExpectPosteriorsOf(QVR_network& network, const Evidence& evidence, const MomentsByNode& expected) {
+  EnterEvidence(network, evidence);
+  for (int algorithm : {13, 14, 15, 16}) {
+    const testing::ScopedTrace trace(__FILE__, __LINE__, algorithm);
+    const bool byMessages = algorithm == 15;
+    if (byMessages && network.IsPolytree() == 0) {
+      continue;
+    }
+    network.SetHybridAlgorithm(algorithm);
+    ASSERT_EQ(network.UpdateBeliefs(), 0);
+    for (const auto& [handle, exact] : expected) {
+      const testing::ScopedTrace node(__FILE__, __LINE__, network.NodeAt(handle)->GetId());
+      const QVR_valEqEvaluation& value = EquationValueOf(network, handle);
+      ASSERT_TRUE(value.IsValueValid());
+      (byMessages ? ExpectByMessages : ExpectSampled)(value.GetSamples(), exact.mean, exact.deviation);
+    }
   }
 }
 
@@ -60,9 +87,7 @@ void ExpectIntervalsOf(QVR_network& network, const MomentsByNode& priors, const 
     const double reach = kReach * prior.deviation;
     ASSERT_EQ(CutEvenly(network, handle, prior.mean - reach, prior.mean + reach, kIntervals), 0);
   }
-  for (const auto& [handle, number] : evidence) {
-    ASSERT_EQ(ValueOf(network, handle).SetEvidenceValue(number), 0);
-  }
+  EnterEvidence(network, evidence);
   ASSERT_EQ(network.UpdateBeliefs(), 0);
   for (const auto& [handle, exact] : expected) {
     const double width = 2 * kReach * priors.at(handle).deviation / kIntervals;
@@ -164,6 +189,8 @@ TEST(LinearGaussian, MatchesIndependentAnswers) {
     }
     if (evidence.empty()) {
       ExpectSamplesOf(network, answers);
+    } else {
+      ExpectPosteriorsOf(network, evidence, answers);
     }
     ExpectIntervalsOf(network, priors, evidence, answers);
     compared += answers.size();
