@@ -31,6 +31,17 @@ int QVR_equationSCC::RemoveParent(int parentHandle) {
   return status;
 }
 
+int QVR_equationSCC::RenameParent(int parentHandle, const char* oldId, const char* newId) {
+  if (int status = EquationDefinition::RenameParent(parentHandle, oldId, newId); status < 0) {
+    return status;
+  }
+  if (auto unknown = sccVariables.extract(oldId); !unknown.empty()) {
+    unknown.key() = newId;
+    sccVariables.insert(std::move(unknown));
+  }
+  return QVR_OKAY;
+}
+
 int QVR_equationSCC::AdoptFrom(QVR_nodeDefinition& other) {
   if (!other.IsReady()) {
     return QVR_OBJECT_NOT_READY;

@@ -20,6 +20,8 @@ class QVR_equationSCC final : public EquationDefinition {
   [[nodiscard]] int GetType() const override { return kTypeEquationScc; }
   [[nodiscard]] const char* GetTypeName() const override { return "EQUATION_SCC"; }
   int RemoveParent(int parentHandle) override;
+  // Also called for the other nodes of such sets, which have no arcs.
+  int RenameParent(int parentHandle, const char* oldId, const char* newId) override;
   // Only from another QVR_equationSCC; else -2 and the default form without unknowns.
   int AdoptFrom(QVR_nodeDefinition& other) override;
 

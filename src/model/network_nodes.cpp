@@ -25,6 +25,16 @@ int CreateParts(QVR_node& node, int definitionType) {
   return status;
 }
 
+// The nodes of a simultaneous set name each other without arcs.
+void RenameUnknown(QVR_network& network, int handle, const char* oldId, const char* newId) {
+  for (int other = network.FirstNode(); other >= 0; other = network.NextNode(other)) {
+    const QVR_node& node = *network.NodeAt(other);
+    if (other != handle && node.GetType() == kTypeEquationScc) {
+      node.definition->RenameParent(handle, oldId, newId);
+    }
+  }
+}
+
 }  // namespace
 
 int QVR_network::AddNode(int definitionType, const char* identifier) {
@@ -158,6 +168,9 @@ bool QVR_network::ChangeNodeId(int handle, const char* oldId, const char* newId)
     if (QVR_nodeDefinition* definition = Entry(child).node->definition.get()) {
       definition->RenameParent(handle, oldId, newId);
     }
+  }
+  if (Entry(handle).node->GetType() == kTypeEquationScc) {
+    RenameUnknown(*this, handle, oldId, newId);
   }
   return true;
 }

@@ -124,11 +124,11 @@ TEST(EquationSolver, OrdersSetsOrRefuses) {
     int status;
     Strings messages;
   } cases[] = {
-      {[](QVR_network& n) {  // t needs s, a set of its own; u is observed
+      {[](QVR_network& n) {  // t needs s, a set of its own; u is observed; v was called w
          AddUnknown(n, "s", "s=s/2+3", {"s"});
-         AddUnknown(n, "t", "t=s+u+v", {"s", "u", "v"});
+         AddUnknown(n, "t", "t=s+u+w", {"s", "u", "w"});
          ValueOf(n, AddUnknown(n, "u", "u=u*u+t+5", {"t"})).SetEvidenceValue(4);
-         AddUnknown(n, "v", "v=t/3", {"t"});
+         n.NodeAt(AddUnknown(n, "w", "w=t/3+w-w", {"t", "w"}))->SetId("v");
        },
        0,
        {}},
