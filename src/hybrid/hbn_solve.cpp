@@ -116,10 +116,7 @@ int HbnConversion::Solve() {
 
 void HbnConversion::TakeResult(QVR_valEqEvaluation& value, const QVR_valcontinuous& result) {
   if ((result.GetFlags() & kValuePropagatedEvidence) != 0) {
-    value.PrepareSamples(0);
-    value.mean = value.minimum = value.maximum = result.evidenceValue;
-    value.stdDeviation = 0.0;
-    value.exact = 1;
+    value.SetExactNumber(result.evidenceValue);
     value.SetPropagatedValue(result.evidenceValue);
   } else if (result.IsValueValid() && !result.samples.empty()) {
     value.SetWeightedSamples(result.samples);
