@@ -11,6 +11,7 @@ namespace {
 // Partial paths of one length, and whole ones tried: a dense network has more than can be looked at.
 constexpr std::size_t kMostPartialPaths = 10'000;
 constexpr std::size_t kMostTrials = 1'000;
+constexpr std::size_t kMostSteps = 100'000'000;  // of all partial paths of one search
 
 }  // namespace
 
@@ -28,11 +29,6 @@ void SamplingOrder::ChoosePaths() {
     }
   }
   static_cast<void>(MakeOrder());  // each path was taken only if there is one
-}
-
-bool SamplingOrder::StartsPath(int slot) const {
-  return std::any_of(paths.begin(), paths.end(),
-                     [slot](const SolvedPath& path) { return path.front() == slot; });
 }
 
 bool SamplingOrder::CanStep(int lower, int parent) const {
@@ -53,7 +49,8 @@ int SamplingOrder::Rank(const SolvedPath& path) const {
 void SamplingOrder::ChoosePath(int observed) {
   std::vector<SolvedPath> partial = {{observed}};
   std::size_t trials = 0;
-  while (!partial.empty() && trials < kMostTrials) {
+  std::size_t steps = 0;
+  while (!partial.empty() && trials < kMostTrials && steps < kMostSteps) {
     std::vector<SolvedPath> longer;
     std::vector<SolvedPath> complete;
     for (const SolvedPath& path : partial) {
@@ -66,6 +63,7 @@ void SamplingOrder::ChoosePath(int observed) {
       }
     }
     trials += complete.size();
+    steps += longer.empty() ? 0 : longer.size() * longer.front().size();
     if (TakeFirstPossible(complete)) {
       return;
     }

@@ -18,20 +18,18 @@ class SamplingOrder {
  public:
   explicit SamplingOrder(HybridNetwork& newNetwork);
 
-  // For each observed equation node with parents, in topological order, the shortest path that still leaves
-  // an order of drawing; of several, the one to a law with a density, then to a node without other children,
-  // then the first by the order of parents. A node is on one path at most.
-  void ChoosePaths();
   // The unknown nodes: those on a path after the node below and its other parents, others after their
   // parents.
   [[nodiscard]] const std::vector<int>& GetOrder() const { return order; }
   // By slot: the node below on its path, or -1.
   [[nodiscard]] const std::vector<int>& GetLowerNodes() const { return lowerNodes; }
   [[nodiscard]] const std::vector<SolvedPath>& GetPaths() const { return paths; }
-  // Whether a path starts at the node.
-  [[nodiscard]] bool StartsPath(int slot) const;
 
  private:
+  // For each observed equation node with parents, in topological order, the shortest path that still leaves
+  // an order of drawing; of several, the one to a law with a density, then to a node without other children,
+  // then the first by the order of parents. A node is on one path at most.
+  void ChoosePaths();
   void ChoosePath(int observed);
   [[nodiscard]] bool CanStep(int lower, int parent) const;
   [[nodiscard]] bool EndsPath(int slot) const;
