@@ -1,12 +1,14 @@
 #include "hybrid/hybrid_solver.h"
 
 #include <cmath>
+#include <cstdint>
 
 #include "hybrid/hybrid_sampler.h"
 #include "hybrid/message_passing.h"
 #include "inference/sample_network.h"
 #include "inference/solver_entries.h"
 #include "values/continuous_value.h"
+#include "values/eq_evaluation.h"
 
 namespace qvr {
 
@@ -48,7 +50,8 @@ int SolveHybridNetwork(QVR_network& network) {
   }
   ClearResults(network);
   HybridSolver solver(network);
-  return RunChosen(solver, algorithm) < 0 ? ReportNoSamples() : QVR_OKAY;
+  const int status = RunChosen(solver, algorithm);
+  return status < 0 && status != QVR_OUT_OF_MEMORY ? ReportNoSamples() : status;
 }
 
 HybridSolver::HybridSolver(QVR_network& newNetwork) : compiled(newNetwork) {
@@ -69,6 +72,10 @@ int HybridSolver::SolveBySampling() {
   if ((flags & kUnsupportedNode) != 0) {
     return QVR_OUT_OF_RANGE;
   }
+  const int sampleCount = compiled.network.sampleCount;
+  if (static_cast<std::int64_t>(sampleCount) * compiled.GetSize() > QVR_valEqEvaluation::kMaxSamples) {
+    return QVR_OUT_OF_MEMORY;  // the count may come from a file
+  }
   std::vector<bool> mixes(compiled.nodes.size());
   std::vector<int> requested;
   const std::vector<bool> isRelevant = compiled.FindRelevant();
@@ -82,7 +89,7 @@ int HybridSolver::SolveBySampling() {
     }
   }
   HybridSampler sampler(compiled, mixes, std::move(requested));
-  sampler.Run(compiled.network.sampleCount);
+  sampler.Run(sampleCount);
   return WriteSamples(sampler);
 }
 

@@ -16,7 +16,7 @@ inline constexpr int kMessagesPropose = 2;  // nodes draw from their belief mess
 inline constexpr int kUnsupportedNode = 16;
 
 // The routines return 0, or -2 without a result: for a node that the solver can't handle, and where sampling
-// finds no sample that agrees with the evidence.
+// finds no sample that agrees with the evidence. Those that sample answer -42 for too many samples.
 class HybridSolver : public MessageSettings {
  public:
   explicit HybridSolver(QVR_network& newNetwork);

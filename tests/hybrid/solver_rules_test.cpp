@@ -1,6 +1,8 @@
 // What the hybrid solver does with paths, seeds, targets, likelihoods and failures.
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include "definitions/def_continuous.h"
 #include "definitions/def_dchild_hparent.h"
 #include "hybrid/hybrid_paths.h"
@@ -134,6 +136,15 @@ TEST(HybridSolver, WritesTargetsOnly) {
   EXPECT_EQ(Continuous(network, y).density.samples.size(), 1000U);
   EXPECT_EQ(Continuous(network, fixed).GetFlags() & kValueAnyEvidence, kValuePropagatedEvidence);
   EXPECT_EQ(Continuous(network, fixed).evidenceValue, 3.0);
+}
+
+TEST(HybridSolver, RefusesSamplesBeyondMemory) {
+  const LogGuard log;
+  QVR_network network;
+  const int x = AddLaw(network, "x", {}, "Normal(0,1)");
+  network.sampleCount = INT_MAX;
+  EXPECT_EQ(network.UpdateBeliefs(), QVR_OUT_OF_MEMORY);
+  EXPECT_FALSE(Continuous(network, x).IsValueValid());
 }
 
 struct FailureCase {
