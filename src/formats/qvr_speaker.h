@@ -43,6 +43,7 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
   int EndLiteral() override;
 
  private:
+  static constexpr const char* kDiagnosisTypes[] = {"TARGET", "OBSERVATION", "AUXILIARY"};  // in their order
   // What may stand in a block: each reader is called at its keyword.
   using Statements = std::vector<std::pair<const char*, std::function<int()>>>;
   // A node's fields may come in any order, so what they say is done at its end, in this one. Distinguished
@@ -124,30 +125,38 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
   int DeferNumber(const char* keyword, int (QVR_qvrSpeaker::*apply)(double));
   int DeferInt(const char* keyword, Phase phase, int (QVR_qvrSpeaker::*apply)(int));
   int ReadEquation();
-  int ReadStrengths();
   int ReadIntervalNames();
   // Reports what a setter refused: a list of another length, or what it says.
   int ReportRefusal(int status, const std::string& setter, int expected, int count);
   int ReportNotApplicable(const char* keyword);
   int SetNames(const QVR_stringArray& stateNames);
   int SetProbabilities(const QVR_doubleArray& numbers);
-  int SetNoisyMaxParameters(const QVR_doubleArray& numbers);
   int SetResultingStates(const QVR_stringArray& states);
   int SetUtilities(const QVR_doubleArray& numbers);
   int SetWeights(const QVR_doubleArray& numbers);
-  int SetPositiveWeights(const QVR_doubleArray& numbers);
-  int SetNegativeWeights(const QVR_doubleArray& numbers);
-  int SetBaseline(double value);
-  int SetPriorBelief(double value);
-  int SetInfluences(const QVR_stringArray& words);
-  int SetStrengths(const std::vector<std::vector<std::string>>& lists);
-  int SetDistinguishedStates(const QVR_intArray& states);
-  int SetFunction(int function);
   int SetExpressions(const QVR_stringArray& texts);
   int SetLower(double value);
   int SetUpper(double value);
   int SetIntervalBounds(const QVR_doubleArray& bounds);
   [[nodiscard]] int ParentCount() const;
+  [[nodiscard]] QVR_nodeDefinition* GetDefinition() const;  // the open node's
+  // Null if it is of another class.
+  template <typename Class>
+  [[nodiscard]] Class* DefinitionAs() const {
+    return dynamic_cast<Class*>(GetDefinition());
+  }
+
+  // --- canonical models: qvr_speaker_canonical.cpp
+  int SetNoisyMaxParameters(const QVR_doubleArray& numbers);
+  int ReadStrengths();
+  int SetStrengths(const std::vector<std::vector<std::string>>& lists);
+  int SetPositiveWeights(const QVR_doubleArray& numbers);
+  int SetNegativeWeights(const QVR_doubleArray& numbers);
+  int SetBaseline(double value);
+  int SetPriorBelief(double value);
+  int SetInfluences(const QVR_stringArray& words);
+  int SetDistinguishedStates(const QVR_intArray& states);
+  int SetFunction(int function);
 
   // --- diagnostic attributes: qvr_speaker_extra.cpp
   int ReadExtraDefinition();

@@ -1,7 +1,6 @@
 // Reading the engine's text format: what nodes state about their parents.
 #include <limits>
 
-#include "definitions/cast.h"
 #include "definitions/demorgan.h"
 #include "definitions/equation.h"
 #include "definitions/list.h"
@@ -12,31 +11,11 @@
 #include "definitions/utility_table.h"
 #include "formats/qvr_speaker.h"
 #include "formats/table_exchange.h"
-#include "formats/xml_vocabulary.h"
 #include "model/network.h"
 #include "model/special_numbers.h"
 
 namespace qvr {
 namespace {
-
-template <typename Class>
-Class* DefinitionAs(const QVR_node& node) {
-  return dynamic_cast<Class*>(node.definition.get());
-}
-
-QVR_intArray ReversedOrder(int count) {
-  QVR_intArray order;
-  for (int i = count - 1; i >= 0; --i) {
-    order.Add(i);
-  }
-  return order;
-}
-
-// -2 if the word is none of them.
-int FindWord(const std::string& word, std::span<const char* const> words) {
-  const auto found = std::find(words.begin(), words.end(), word);
-  return found == words.end() ? QVR_OUT_OF_RANGE : static_cast<int>(found - words.begin());
-}
 
 // The writer has no spelling for infinities.
 double BoundOf(double value, double infinity) { return SameBits(value, kIllegal) ? infinity : value; }
@@ -121,6 +100,8 @@ int QVR_qvrSpeaker::ReportNotApplicable(const char* keyword) {
   return Report(QVR_SYNTAX_ERROR, std::string("ERROR: '") + keyword + "' : Unknown Definition Statement");
 }
 
+QVR_nodeDefinition* QVR_qvrSpeaker::GetDefinition() const { return open.node->definition.get(); }
+
 int QVR_qvrSpeaker::ParentCount() const { return network.GetNumberOfParents(open.node->handle); }
 
 int QVR_qvrSpeaker::SetNames(const QVR_stringArray& stateNames) {
@@ -134,7 +115,7 @@ int QVR_qvrSpeaker::SetNames(const QVR_stringArray& stateNames) {
 int QVR_qvrSpeaker::SetProbabilities(const QVR_doubleArray& numbers) {
   QVR_nodeDefinition& definition = *open.node->definition;
   const int count = numbers.GetNumItems();
-  if (auto* adder = DefinitionAs<QVR_noisyAdder>(*open.node)) {
+  if (auto* adder = DefinitionAs<QVR_noisyAdder>()) {
     const int expected = adder->GetCiWeights().GetNumElements();
     return ReportRefusal(count == expected ? adder->SetValues(numbers) : QVR_OUT_OF_RANGE, "SetValues",
                          expected, count);
@@ -142,35 +123,15 @@ int QVR_qvrSpeaker::SetProbabilities(const QVR_doubleArray& numbers) {
   if (definition.GetType() == kTypeNoisyMax) {
     return SetNoisyMaxParameters(numbers);
   }
-  auto* cpt = DefinitionAs<QVR_cpt>(*open.node);
-  if (cpt == nullptr || DefinitionAs<QVR_binaryGate>(*open.node) != nullptr) {
+  auto* cpt = DefinitionAs<QVR_cpt>();
+  if (cpt == nullptr || DefinitionAs<QVR_binaryGate>() != nullptr) {
     return ReportNotApplicable("PROBABILITIES");
   }
   return ReportRefusal(cpt->SetProbabilities(numbers), "SetProbabilities", cpt->GetSize(), count);
 }
 
-int QVR_qvrSpeaker::SetNoisyMaxParameters(const QVR_doubleArray& numbers) {
-  auto& noisyMax = *DefinitionAs<QVR_noisyMAX>(*open.node);
-  const int outcomes = noisyMax.GetNumberOfOutcomes();
-  if (open.readAsNoisyAnd) {
-    noisyMax.ReorderOutcomes(ReversedOrder(outcomes));
-    for (int parent = 0; parent < ParentCount(); ++parent) {
-      noisyMax.PermuteParentBlock(parent,
-                                  ReversedOrder(static_cast<int>(noisyMax.GetStrengths(parent).size())));
-    }
-  }
-  const int all = noisyMax.GetCiWeights().GetNumElements();
-  const int count = numbers.GetNumItems();
-  if (open.readAsNoisyOr || open.readAsNoisyAnd) {
-    return ReportRefusal(noisyMax.SetCompoundParameters(numbers), "SetCompoundParameters",
-                         all - ParentCount() * outcomes, count);
-  }
-  return ReportRefusal(count == all ? noisyMax.SetValues(numbers) : QVR_OUT_OF_RANGE, "SetValues", all,
-                       count);
-}
-
 int QVR_qvrSpeaker::SetResultingStates(const QVR_stringArray& states) {
-  auto* table = DefinitionAs<QVR_truthTable>(*open.node);
+  auto* table = DefinitionAs<QVR_truthTable>();
   if (table == nullptr) {
     return ReportNotApplicable("RESULTINGSTATES");
   }
@@ -188,7 +149,7 @@ int QVR_qvrSpeaker::SetResultingStates(const QVR_stringArray& states) {
 }
 
 int QVR_qvrSpeaker::SetUtilities(const QVR_doubleArray& numbers) {
-  auto* table = DefinitionAs<QVR_table>(*open.node);
+  auto* table = DefinitionAs<QVR_table>();
   return table == nullptr ? ReportNotApplicable("UTILITIES")
                           : ReportRefusal(table->SetUtilities(numbers), "SetUtilities", table->GetSize(),
                                           numbers.GetNumItems());
@@ -196,20 +157,20 @@ int QVR_qvrSpeaker::SetUtilities(const QVR_doubleArray& numbers) {
 
 int QVR_qvrSpeaker::SetWeights(const QVR_doubleArray& numbers) {
   const int count = numbers.GetNumItems();
-  if (auto* mau = DefinitionAs<QVR_mau>(*open.node)) {
+  if (auto* mau = DefinitionAs<QVR_mau>()) {
     return ReportRefusal(mau->SetWeights(numbers), "SetWeights", mau->GetSize(), count);
   }
-  if (auto* demorgan = DefinitionAs<QVR_demorgan>(*open.node)) {
+  if (auto* demorgan = DefinitionAs<QVR_demorgan>()) {
     return ReportRefusal(demorgan->SetParentWeights(numbers), "SetParentWeights", ParentCount(), count);
   }
-  if (auto* adder = DefinitionAs<QVR_noisyAdder>(*open.node)) {
+  if (auto* adder = DefinitionAs<QVR_noisyAdder>()) {
     return ReportRefusal(adder->SetParentWeights(numbers), "SetParentWeights", ParentCount() + 1, count);
   }
   return ReportNotApplicable("WEIGHTS");
 }
 
 int QVR_qvrSpeaker::SetExpressions(const QVR_stringArray& texts) {
-  auto* mau = DefinitionAs<QVR_mau>(*open.node);
+  auto* mau = DefinitionAs<QVR_mau>();
   if (mau == nullptr) {
     return ReportNotApplicable("EXPRESSIONS");
   }
@@ -223,119 +184,10 @@ int QVR_qvrSpeaker::SetExpressions(const QVR_stringArray& texts) {
                        texts.GetNumItems());
 }
 
-int QVR_qvrSpeaker::SetPositiveWeights(const QVR_doubleArray& numbers) {
-  auto* cast = DefinitionAs<QVR_cast>(*open.node);
-  return cast == nullptr ? ReportNotApplicable("PWEIGHTS")
-                         : ReportRefusal(cast->SetPositiveWeights(numbers), "SetPositiveWeights",
-                                         ParentCount(), numbers.GetNumItems());
-}
-
-int QVR_qvrSpeaker::SetNegativeWeights(const QVR_doubleArray& numbers) {
-  auto* cast = DefinitionAs<QVR_cast>(*open.node);
-  return cast == nullptr ? ReportNotApplicable("NWEIGHTS")
-                         : ReportRefusal(cast->SetNegativeWeights(numbers), "SetNegativeWeights",
-                                         ParentCount(), numbers.GetNumItems());
-}
-
-int QVR_qvrSpeaker::SetBaseline(double value) {
-  auto* cast = DefinitionAs<QVR_cast>(*open.node);
-  return cast == nullptr ? ReportNotApplicable("BASELINE")
-                         : ReportRefusal(cast->SetBaseline(value), "SetBaseline", 1, 1);
-}
-
-int QVR_qvrSpeaker::SetPriorBelief(double value) {
-  auto* demorgan = DefinitionAs<QVR_demorgan>(*open.node);
-  return demorgan == nullptr ? ReportNotApplicable("PRIORBELIEF")
-                             : ReportRefusal(demorgan->SetPriorBelief(value), "SetPriorBelief", 1, 1);
-}
-
-int QVR_qvrSpeaker::SetInfluences(const QVR_stringArray& words) {
-  auto* demorgan = DefinitionAs<QVR_demorgan>(*open.node);
-  if (demorgan == nullptr) {
-    return ReportNotApplicable("TYPES");
-  }
-  QVR_intArray types;
-  for (int i = 0; i < words.GetNumItems(); ++i) {
-    const int type = FindWord(words.Get(i), kInfluenceWords);
-    if (type < 0) {
-      return Report(type, std::string("Invalid parent type '") + words.Get(i) + "' at element " +
-                              std::to_string(i + 1));
-    }
-    types.Add(type);
-  }
-  return ReportRefusal(demorgan->SetParentTypes(types), "SetParentTypes", ParentCount(), words.GetNumItems());
-}
-
-// One list of identifiers for each parent, in parentheses and with commas between.
-int QVR_qvrSpeaker::ReadStrengths() {
-  std::vector<std::vector<std::string>> lists;
-  int status = ReadBlockHeader("STRENGTHS");
-  if (status == QVR_OKAY) {
-    status = Expect(kTokenPunctuator, "(");
-  }
-  while (status == QVR_OKAY && NextIsOpenParen() == 1) {
-    QVR_stringArray list;
-    status = ReadIdentifierList(list);
-    std::vector<std::string>& outcomes = lists.emplace_back();
-    for (int i = 0; i < list.GetNumItems(); ++i) {
-      outcomes.emplace_back(list.Get(i));
-    }
-    TryExpect(kTokenPunctuator, ",");
-  }
-  if (status == QVR_OKAY) {
-    status = Expect(kTokenPunctuator, ")");
-  }
-  return status < 0 ? status : Defer(kNumbers, [this, lists] { return SetStrengths(lists); });
-}
-
-int QVR_qvrSpeaker::SetStrengths(const std::vector<std::vector<std::string>>& lists) {
-  auto* noisyMax = DefinitionAs<QVR_noisyMAX>(*open.node);
-  if (noisyMax == nullptr) {
-    return ReportNotApplicable("STRENGTHS");
-  }
-  const QVR_intArray& parents = network.GetParents(open.node->handle);
-  for (int i = 0; i < parents.GetNumItems(); ++i) {
-    const auto& outcomes =
-        static_cast<const QVR_idArray&>(*network.NodeAt(parents[i])->definition->GetOutcomeNames());
-    QVR_intArray strengths;
-    if (i < static_cast<int>(lists.size())) {
-      for (const std::string& name : lists[static_cast<std::size_t>(i)]) {
-        strengths.Add(outcomes.FindId(name));
-      }
-    }
-    if (const int status = noisyMax->SetParentOutcomeStrengths(i, strengths); status < 0) {
-      Report(status, "ERROR: NoisyMAX strengths are inconsistent for parent " + std::to_string(i));
-    }
-  }
-  return QVR_OKAY;
-}
-
-int QVR_qvrSpeaker::SetDistinguishedStates(const QVR_intArray& states) {
-  auto* adder = DefinitionAs<QVR_noisyAdder>(*open.node);
-  if (adder == nullptr) {
-    return ReportNotApplicable("DSTATES");
-  }
-  const std::span<const int> all = states.View();
-  if (all.size() != static_cast<std::size_t>(ParentCount()) + 1) {
-    return ReportRefusal(QVR_OUT_OF_RANGE, "SetDistinguishedState", ParentCount() + 1, states.GetNumItems());
-  }
-  if (const int status = adder->SetDistinguishedState(all.front()); status < 0) {
-    return Report(status, "SetDistinguishedState call fails");
-  }
-  const int status = adder->SetParentDistinguishedStates(all.subspan(1));
-  return status < 0 ? Report(status, "SetParentDistinguishedState call fails") : status;
-}
-
-int QVR_qvrSpeaker::SetFunction(int function) {
-  auto* adder = DefinitionAs<QVR_noisyAdder>(*open.node);
-  return adder == nullptr ? ReportNotApplicable("FUNCTION")
-                          : ReportRefusal(adder->SetFunction(function), "SetFunction", 1, 1);
-}
-
 int QVR_qvrSpeaker::ReadEquation() {
   return ReadTextField("EQUATION", [this](const char* text) {
     return Defer(kNumbers, [this, equationText = std::string(text)] {
-      auto* equation = DefinitionAs<QVR_equation>(*open.node);
+      auto* equation = DefinitionAs<QVR_equation>();
       if (equation == nullptr) {
         return ReportNotApplicable("EQUATION");
       }
@@ -347,13 +199,13 @@ int QVR_qvrSpeaker::ReadEquation() {
 }
 
 int QVR_qvrSpeaker::SetLower(double value) {
-  auto* equation = DefinitionAs<QVR_equation>(*open.node);
+  auto* equation = DefinitionAs<QVR_equation>();
   return equation == nullptr ? ReportNotApplicable("LOWER")
                              : equation->SetBounds(BoundOf(value, -kInfinity), equation->GetUpperBound());
 }
 
 int QVR_qvrSpeaker::SetUpper(double value) {
-  auto* equation = DefinitionAs<QVR_equation>(*open.node);
+  auto* equation = DefinitionAs<QVR_equation>();
   return equation == nullptr ? ReportNotApplicable("UPPER")
                              : equation->SetBounds(equation->GetLowerBound(), BoundOf(value, kInfinity));
 }
@@ -374,7 +226,7 @@ int QVR_qvrSpeaker::ReadIntervalNames() {
 int QVR_qvrSpeaker::SetIntervalBounds(const QVR_doubleArray& bounds) {
   // The bounds of the whole may stand behind these in the file.
   return Defer(kAttributes, [this, ends = std::vector<double>(bounds.begin(), bounds.end())] {
-    auto* equation = DefinitionAs<QVR_equation>(*open.node);
+    auto* equation = DefinitionAs<QVR_equation>();
     if (equation == nullptr) {
       return ReportNotApplicable("INTERVAL_BOUNDS");
     }

@@ -1,13 +1,9 @@
 // Reading the engine's text format: diagnostic attributes.
 #include "formats/qvr_speaker.h"
+#include "formats/xml_vocabulary.h"
 #include "model/network.h"
 
 namespace qvr {
-namespace {
-
-constexpr const char* kDiagnosisTypes[] = {"TARGET", "OBSERVATION", "AUXILIARY"};  // in their order
-
-}  // namespace
 
 int QVR_qvrSpeaker::ReadExtraDefinition() {
   QVR_extraDefinition& extra = *open.node->extra;
@@ -53,12 +49,11 @@ int QVR_qvrSpeaker::ReadDiagnosisType() {
   if (status < 0) {
     return status;
   }
-  const auto* const found = std::find(std::begin(kDiagnosisTypes), std::end(kDiagnosisTypes), word);
-  if (found == std::end(kDiagnosisTypes)) {
-    return Report(QVR_OUT_OF_RANGE, "ERROR: '" + word + "' : Unknown Diagnosis Type");
+  const int type = FindWord(word, kDiagnosisTypes, QVR_OUT_OF_RANGE);
+  if (type < 0) {
+    return Report(type, "ERROR: '" + word + "' : Unknown Diagnosis Type");
   }
   // Deferred, since a change of type resets it where there are no outcomes.
-  const int type = static_cast<int>(found - std::begin(kDiagnosisTypes));
   return Defer(kAttributes, [this, type] {
     open.node->extra->diagnosisType = type;
     return QVR_OKAY;

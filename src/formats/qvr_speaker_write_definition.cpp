@@ -15,8 +15,6 @@
 namespace qvr {
 namespace {
 
-constexpr const char* kDiagnosisTypes[] = {"TARGET", "OBSERVATION", "AUXILIARY"};
-
 // The names as the reader can take them: a decision may have any texts.
 void GetWrittenNames(QVR_nodeDefinition& definition, QVR_idArray& names) {
   names.Copy(static_cast<const QVR_stringArray&>(*definition.GetOutcomeNames()));
