@@ -71,6 +71,12 @@ void SetNodeCentre(QVR_network& network, int handle, int x, int y) {
   position.centerY = y;
 }
 
+bool HasCost(const QVR_network& network, int handle) {
+  const std::span<const double> costs = network.NodeAt(handle)->cost->GetCosts().GetItems().Vector();
+  return network.GetNumberOfParents(handle, kCostLayer) > 0 ||
+         std::any_of(costs.begin(), costs.end(), [](double cost) { return cost != 0; });
+}
+
 std::string MakeWrittenId(const std::string& id, const char* substitute) {
   std::string written = id.empty() ? substitute : id;
   if (!id.empty() && !IsPlainIdentifier(id)) {

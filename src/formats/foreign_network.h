@@ -25,6 +25,8 @@ int SetTable(QVR_network& network, int handle, std::span<const double> numbers);
 // Screen coordinates, rounded. Nothing for what is no coordinate.
 [[nodiscard]] std::optional<int> ToCoordinate(double number);
 void SetNodeCentre(QVR_network& network, int handle, int x, int y);
+// Whether there's anything to write of what observing the node costs.
+[[nodiscard]] bool HasCost(const QVR_network& network, int handle);
 // What stands for an identifier where only letters, digits and "_" can: the engine's auxiliary names begin
 // with "@".
 [[nodiscard]] std::string MakeWrittenId(const std::string& id, const char* substitute);

@@ -9,6 +9,8 @@
 #include "definitions/noisy_max.h"
 #include "definitions/truth_table.h"
 #include "definitions/utility_table.h"
+#include "model/error_log.h"
+#include "model/network.h"
 
 namespace qvr {
 namespace {
@@ -65,6 +67,15 @@ void NodeDefVisitor::Visit(QVR_nodeDefinition& definition) {
   }
 }
 
-bool NodeDefVisitor::KnowsType(int type) { return FindRow(type) != nullptr; }
+bool NodeDefVisitor::KnowsTypesOf(const QVR_network& network) {
+  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
+    const QVR_node& node = *network.NodeAt(handle);
+    if (FindRow(node.GetType()) == nullptr) {
+      GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Node [" + node.GetId() + "] can't be saved");
+      return false;
+    }
+  }
+  return true;
+}
 
 }  // namespace qvr

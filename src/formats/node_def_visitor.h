@@ -10,6 +10,7 @@ class QVR_demorgan;
 class QVR_equation;
 class QVR_list;
 class QVR_mau;
+class QVR_network;
 class QVR_nodeDefinition;
 class QVR_noisyAdder;
 class QVR_noisyMAX;
@@ -34,7 +35,8 @@ class NodeDefVisitor {
 
   // The visit that belongs to the definition's type; none for a type that isn't listed above.
   void Visit(QVR_nodeDefinition& definition);
-  [[nodiscard]] static bool KnowsType(int type);
+  // Whether each node has a visit. False, logged under -51, for the first that has none.
+  [[nodiscard]] static bool KnowsTypesOf(const QVR_network& network);
 };
 
 }  // namespace qvr

@@ -1,10 +1,7 @@
 // Writing the engine's text format: the network, its submodels, and what nodes have besides a definition.
-#include <algorithm>
-
 #include "formats/foreign_network.h"
 #include "formats/qvr_speaker.h"
 #include "model/dense_matrix.h"
-#include "model/error_log.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -12,12 +9,6 @@ namespace {
 
 constexpr const char* kContinuation = "\\ ";
 constexpr int kMain = QVR_submodelHandler::kMainSubmodel;
-
-bool HasCost(const QVR_network& network, int handle) {
-  const std::span<const double> costs = network.NodeAt(handle)->cost->GetCosts().GetItems().Vector();
-  return network.GetNumberOfParents(handle, kCostLayer) > 0 ||
-         std::any_of(costs.begin(), costs.end(), [](double cost) { return cost != 0; });
-}
 
 // All below the main submodel, level by level, so that each follows the one that holds it.
 std::vector<int> SubmodelsByLevel(const QVR_submodelHandler& submodels) {
@@ -50,11 +41,8 @@ int QVR_qvrSpeaker::EndLiteral() {
 int QVR_qvrSpeaker::WriteBlockHeader(const char* name) { return OpenBlock(std::string(name) + " = "); }
 
 int QVR_qvrSpeaker::WriteFile(const char* fileName) {
-  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
-    const QVR_node& node = *network.NodeAt(handle);
-    if (!KnowsType(node.GetType())) {
-      return GetErrorLog().Log(QVR_OUT_OF_RANGE, "Node [" + node.GetId() + "] can't be saved");
-    }
+  if (!KnowsTypesOf(network)) {
+    return QVR_OUT_OF_RANGE;
   }
   if (const int status = StartWriting(fileName); status < 0) {
     return status;

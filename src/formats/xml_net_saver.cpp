@@ -1,11 +1,10 @@
 #include "formats/xml_net_saver.h"
 
-#include <algorithm>
 #include <vector>
 
+#include "formats/foreign_network.h"
 #include "formats/xml_tarvo_saver.h"
 #include "formats/xml_vocabulary.h"
-#include "model/error_log.h"
 #include "model/network.h"
 #include "model/special_numbers.h"
 
@@ -19,18 +18,6 @@ class NoExtension : public IXmlWriterExtension {
   void Write(IXmlWriter& /*writer*/) override {}
   void Dispose() override {}
 };
-
-// False, logged, for a network with a node that no element of the format stands for.
-bool CanBeSaved(const QVR_network& network) {
-  for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
-    const QVR_node& node = *network.NodeAt(handle);
-    if (!NodeDefVisitor::KnowsType(node.GetType())) {
-      GetErrorLog().Log(QVR_WRONG_NODE_TYPE, "Node [" + node.GetId() + "] can't be saved");
-      return false;
-    }
-  }
-  return true;
-}
 
 void Save(QVR_network& network, IXmlWriterOutput& output, IXmlWriterExtension* extension) {
   XmlTarvoSaver frontEnd(network);
@@ -48,12 +35,6 @@ bool IsUsual(const EpisParameters& used) {
          used.eps4 == usual.eps4;
 }
 
-bool HasCost(const QVR_network& network, int handle) {
-  const std::span<const double> costs = network.NodeAt(handle)->cost->GetCosts().GetItems().Vector();
-  return network.GetNumberOfParents(handle, kCostLayer) > 0 ||
-         std::any_of(costs.begin(), costs.end(), [](double cost) { return cost != 0; });
-}
-
 }  // namespace
 
 IXmlWriterExtension& NoWriterExtension() {
@@ -63,7 +44,7 @@ IXmlWriterExtension& NoWriterExtension() {
 
 bool SaveXmlNetwork(const char* fileName, std::string* text, QVR_network& network,
                     IXmlWriterExtension* extension) {
-  if (!CanBeSaved(network)) {
+  if (!NodeDefVisitor::KnowsTypesOf(network)) {
     return false;
   }
   if (fileName == nullptr) {

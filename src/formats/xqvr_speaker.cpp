@@ -1,5 +1,6 @@
 #include "formats/xqvr_speaker.h"
 
+#include "formats/node_def_visitor.h"
 #include "formats/xml_net_loader.h"
 #include "formats/xml_net_saver.h"
 #include "model/status.h"
@@ -11,6 +12,9 @@ int QVR_xqvrSpeaker::ReadFile(const char* fileName) {
 }
 
 int QVR_xqvrSpeaker::WriteFile(const char* fileName) {
+  if (!NodeDefVisitor::KnowsTypesOf(network)) {
+    return QVR_OUT_OF_RANGE;
+  }
   return SaveXmlNetwork(fileName, nullptr, network, extension) ? QVR_OKAY : QVR_FILE_IO_FAILED;
 }
 

@@ -10,8 +10,9 @@ class QVR_xqvrSpeaker : public QVR_fileFormat {
  public:
   using QVR_fileFormat::QVR_fileFormat;
 
-  [[nodiscard]] int ReadFile(const char* fileName) override;   // 0 or -103
-  [[nodiscard]] int WriteFile(const char* fileName) override;  // 0 or -103
+  [[nodiscard]] int ReadFile(const char* fileName) override;  // 0 or -103
+  [[nodiscard]] int WriteFile(
+      const char* fileName) override;  // 0, -103, or -2 with a node of a type without element
   [[nodiscard]] bool AcceptsDuplicateIds() const override { return true; }
   [[nodiscard]] bool VouchesForGraph() const override { return true; }  // parents precede their children
   void SetExtension(IXmlBinding* newExtension) override { binding = newExtension; }

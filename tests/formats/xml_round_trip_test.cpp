@@ -118,7 +118,7 @@ TEST_F(SaveFile, LeavesTheOldFileWhereItFails) {
   }
   EXPECT_EQ(network.SaveFile(nullptr, 8, nullptr), QVR_OUT_OF_RANGE);
   const int unknown = network.AddNode(kTypeEquationScc, "scc");
-  EXPECT_EQ(Save(old), QVR_FILE_IO_FAILED);
+  EXPECT_EQ(Save(old), QVR_OUT_OF_RANGE);
   EXPECT_EQ(LogGuard::Messages(QVR_WRONG_NODE_TYPE), std::vector<std::string>{"Node [scc] can't be saved"});
   EXPECT_EQ(folder.Read("old.xqvr"), "old");
   EXPECT_EQ(folder.FileNames(), (std::set<std::string>{"old.xqvr", "dir.xqvr"}));
