@@ -53,6 +53,11 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
     int line;
     std::function<int()> act;
   };
+  // Parents multiply the rows of a table, or add columns of parameters.
+  struct TableSize {
+    std::int64_t rows = 0;
+    std::int64_t columns = 0;
+  };
   // The node that is being read.
   struct OpenNode {
     QVR_node* node = nullptr;
@@ -95,7 +100,8 @@ class QVR_qvrSpeaker : public QVR_fileFormat, private NodeDefVisitor {
   int ReadNodeSubmodel();
   int ReadParents();
   int AddParents(const std::vector<std::string>& parents);
-  [[nodiscard]] std::int64_t CountCells(int newParent) const;
+  [[nodiscard]] TableSize GetTableSize() const;
+  [[nodiscard]] TableSize Grow(TableSize size, int newParent) const;
   [[nodiscard]] std::int64_t CountGivenCells(std::size_t parentCount) const;
   int ReadCosts();
   int ReadNodeCost();

@@ -1,5 +1,6 @@
 // Reading the engine's text format: nodes, and the costs of observing them.
 #include <algorithm>
+#include <span>
 
 #include "definitions/ci_definition.h"
 #include "formats/qvr_speaker.h"
@@ -115,30 +116,44 @@ int QVR_qvrSpeaker::ReadParents() {
   return status < 0 ? status : Defer(kArcs, [this, parents] { return AddParents(parents); });
 }
 
+// In one step as far as it goes: some definitions grow faster so.
 int QVR_qvrSpeaker::AddParents(const std::vector<std::string>& parents) {
-  const std::int64_t most = std::max(kUsualTableSize, CountGivenCells(parents.size()));
   int result = QVR_OKAY;
+  const auto refuse = [&](int status, const std::string& name) {
+    result = Report(status,
+                    "ERROR: Couldn't add arc from node [" + name + "] to node [" + open.node->GetId() + "]");
+  };
+  const std::int64_t most =
+      std::min(std::max(kUsualTableSize, CountGivenCells(parents.size())), QVR_Dmatrix::kMaxElements);
+  std::vector<int> handles;
+  std::vector<std::string> accepted;
+  TableSize size = GetTableSize();
   for (const std::string& name : parents) {
     const int parent = FindNode(name);
-    int status = parent < 0 ? parent : QVR_OKAY;
-    if (status == QVR_OKAY && CountCells(parent) > std::min(most, QVR_Dmatrix::kMaxElements)) {
-      status = QVR_OUT_OF_MEMORY;
+    if (parent < 0) {
+      refuse(parent, name);
+    } else if (const TableSize grown = Grow(size, parent); grown.rows * grown.columns > most) {
+      refuse(QVR_OUT_OF_MEMORY, name);
+    } else {
+      size = grown;
+      handles.push_back(parent);
+      accepted.push_back(name);
     }
-    if (status == QVR_OKAY) {
-      status = network.AddArc(parent, open.node->handle, kOrdinaryLayer);
-    }
-    if (status < 0) {
-      result = Report(
-          status, "ERROR: Couldn't add arc from node [" + name + "] to node [" + open.node->GetId() + "]");
+  }
+  for (std::size_t next = 0; next < handles.size(); ++next) {
+    const int before = ParentCount();
+    const int status = network.AddArcs(std::span(handles).subspan(next), open.node->handle);
+    next += static_cast<std::size_t>(ParentCount() - before);
+    if (status < 0 && next < handles.size()) {
+      refuse(status, accepted[next]);
     }
   }
   return result;
 }
 
-// The numbers that the open node holds when it has this parent as well.
-std::int64_t QVR_qvrSpeaker::CountCells(int newParent) const {
+// The numbers that the open node holds.
+QVR_qvrSpeaker::TableSize QVR_qvrSpeaker::GetTableSize() const {
   const QVR_nodeDefinition& definition = *open.node->definition;
-  const std::int64_t outcomes = std::max(network.NodeAt(newParent)->GetNumberOfOutcomes(), 1);
   switch (definition.GetType()) {
     case kTypeCpt:
     case kTypeTruthTable:
@@ -146,15 +161,27 @@ std::int64_t QVR_qvrSpeaker::CountCells(int newParent) const {
     case kTypeDeMorgan:
     case kTypeTable:
     case kTypeMau:
-      return definition.GetSize() * outcomes;
+      return {definition.GetSize(), 1};
     case kTypeNoisyMax:
     case kTypeNoisyAdder: {
+      const std::int64_t outcomes = std::max(definition.GetNumberOfOutcomes(), 1);
       const QVR_Dmatrix& weights = static_cast<const QVR_ciDefinition&>(definition).GetCiWeights();
-      return weights.GetNumElements() + outcomes * definition.GetNumberOfOutcomes();
+      return {outcomes, weights.GetNumElements() / outcomes};
     }
     default:
-      return 0;
+      return {};
   }
+}
+
+// The numbers that it holds when it has this parent as well.
+QVR_qvrSpeaker::TableSize QVR_qvrSpeaker::Grow(TableSize size, int newParent) const {
+  const std::int64_t outcomes = std::max(network.NodeAt(newParent)->GetNumberOfOutcomes(), 1);
+  const int type = open.node->GetType();
+  const bool isAdded = type == kTypeNoisyMax || type == kTypeNoisyAdder;
+  if (isAdded || (type == kTypeMau && outcomes == 1)) {
+    return {size.rows, size.columns + outcomes};
+  }
+  return {size.rows * outcomes, size.columns};
 }
 
 // The numbers that the file has for it. Those of a gate follow from one number for each parent.
