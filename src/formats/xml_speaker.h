@@ -61,6 +61,8 @@ class QVR_xmlSpeaker : public QVR_fileFormat {
   // Reports a tag that this place has no use for and skips the element.
   void RefuseTag(const char* message);
   int ReportMissingTag(const std::string& name);
+
+  // --- elements: xml_speaker_elements.cpp
   void ReadNetworkChild();
   void ReadVariable();
   void ReadVariableChild(Variable& variable);
