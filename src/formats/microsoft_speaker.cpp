@@ -181,7 +181,7 @@ int QVR_microsoftSpeaker::ReadType(QVR_node& node) {
   if (const int status = Expect(kTokenIdentifier, "discrete"); status < 0) {
     return status;
   }
-  const int count = ReadStateCount();
+  const std::optional<int> count = ReadStateCount();
   SkipSign();
   QVR_stringArray states;
   if (NextIsPunctuator("{") == 1) {
@@ -196,19 +196,19 @@ int QVR_microsoftSpeaker::ReadType(QVR_node& node) {
   return QVR_OKAY;
 }
 
-// The number in brackets; reported, and negative, if there's none.
-int QVR_microsoftSpeaker::ReadStateCount() {
-  int count = QVR_OUT_OF_RANGE;
+// The number in brackets; nothing, reported, if there's none.
+std::optional<int> QVR_microsoftSpeaker::ReadStateCount() {
+  int count = 0;
   const bool isOpen = TryExpect(kTokenPunctuator, "[") == QVR_OKAY;
-  if (!isOpen || ReadInt(count) < 0) {
+  const bool isThere = isOpen && ReadInt(count) == QVR_OKAY;
+  if (!isThere) {
     Peek();
     ReportUnknown("Expecting number of states");
-    count = QVR_OUT_OF_RANGE;
   }
   if (isOpen) {
     Expect(kTokenPunctuator, "]");
   }
-  return count;
+  return isThere ? std::optional(count) : std::nullopt;
 }
 
 // Up to and behind the "}", also behind what is no name.
@@ -229,22 +229,23 @@ int QVR_microsoftSpeaker::ReadStateNames(QVR_stringArray& states) {
   return status < 0 ? status : end;
 }
 
-void QVR_microsoftSpeaker::SetStates(QVR_node& node, int count, const QVR_stringArray& states) {
+void QVR_microsoftSpeaker::SetStates(QVR_node& node, std::optional<int> count,
+                                     const QVR_stringArray& states) {
   const int listed = states.GetNumItems();
-  const std::string countText = "ERROR: '" + std::to_string(listed > 0 ? listed : count) + "' : ";
-  if (listed > 0 && count >= 0 && listed != count) {
-    Report(QVR_OUT_OF_RANGE, "ERROR: '" + std::to_string(count) +
+  if (listed > 0 && count && listed != *count) {
+    Report(QVR_OUT_OF_RANGE, "ERROR: '" + std::to_string(*count) +
                                  "' : Size of list doesn't match number of outcomes. Using list size");
   }
   int status = QVR_OKAY;
   if (listed > 0) {
     status = listed < kLeastOutcomes ? QVR_OUT_OF_RANGE : SetOutcomeNames(network, node.handle, states);
-  } else {
-    const bool isCount = count >= kLeastOutcomes && count <= kMaxStatedOutcomes;
-    status = isCount ? node.definition->SetNumberOfOutcomes(count) : QVR_OUT_OF_RANGE;
+  } else if (count) {
+    const bool isCount = *count >= kLeastOutcomes && *count <= kMaxStatedOutcomes;
+    status = isCount ? node.definition->SetNumberOfOutcomes(*count) : QVR_OUT_OF_RANGE;
   }
   if (status < 0) {
-    Report(status, countText + "Couldn't set the number of outcomes");
+    Report(status, "ERROR: '" + std::to_string(listed > 0 ? listed : *count) +
+                       "' : Couldn't set the number of outcomes");
   }
 }
 

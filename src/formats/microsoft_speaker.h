@@ -3,6 +3,7 @@
 #define QVR_FORMATS_MICROSOFT_SPEAKER_H
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,9 +63,9 @@ class QVR_microsoftSpeaker : public QVR_fileFormat {
   int ReadNodeField(QVR_node& node, bool& sawType);
   int ReadName(QVR_node& node);
   int ReadType(QVR_node& node);
-  int ReadStateCount();
+  std::optional<int> ReadStateCount();
   int ReadStateNames(QVR_stringArray& states);
-  void SetStates(QVR_node& node, int count, const QVR_stringArray& states);
+  void SetStates(QVR_node& node, std::optional<int> count, const QVR_stringArray& states);
   int ReadLabel(QVR_node& node);
   int ReadPosition(const QVR_node& node);
   void SkipSign();

@@ -138,6 +138,10 @@ int QVR_microsoftSpeaker::PlaceOf(const Row& row, const Block& block) {
 // zeros: then it's the order that says it.
 void QVR_microsoftSpeaker::FillTable(const Block& block) {
   const QVR_node& node = *network.NodeAt(block.child);
+  if (network.GetNumberOfParents(block.child) != static_cast<int>(block.parents.size())) {
+    Report(QVR_OUT_OF_RANGE, kBadLabel);  // an earlier block has other parents
+    return;
+  }
   const int width = std::max(node.GetNumberOfOutcomes(), 1);
   const int rowCount = GetTableSize(network, block.child) / width;
   std::vector<const Row*> placed(static_cast<std::size_t>(rowCount));

@@ -26,7 +26,7 @@ bool IsNameCharacter(char c) {
   return IsAsciiLetterOrDigit(c) || c == '_' || c == '-' || c == '.' || c == ':';
 }
 
-// The character that a reference (the text between "&" and ";") stands for, or a negative number.
+// The number of the character that a reference (the text between "&" and ";") stands for, or -1.
 int Dereference(std::string_view reference) {
   for (const Entity& entity : kEntities) {
     if (reference == entity.name) {
@@ -41,13 +41,27 @@ int Dereference(std::string_view reference) {
   unsigned value = 0;
   const char* const end = reference.data() + reference.size();
   const auto [stop, error] = std::from_chars(reference.data(), end, value, isHexadecimal ? 16 : 10);
-  if (error != std::errc{} || stop != end || value == 0) {
-    return -1;
+  const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
+  const bool isCharacter = value > 0 && value <= 0x10FFFF && !isSurrogate;
+  return error == std::errc{} && stop == end && isCharacter ? static_cast<int>(value) : -1;
+}
+
+// In the encoding of the text around it.
+void AppendCharacter(std::string& text, unsigned value, bool isUtf8) {
+  if (value < 0x80 || !isUtf8) {
+    text += value <= 0xFF ? static_cast<char>(value) : '?';
+    return;
   }
-  return value <= 0xFF ? static_cast<int>(value) : '?';
+  const int following = value < 0x800 ? 1 : (value < 0x10000 ? 2 : 3);
+  const unsigned lead = 0xFF00U >> (following + 1) & 0xFFU;
+  text += static_cast<char>(lead | value >> (6 * following));
+  for (int i = following - 1; i >= 0; --i) {
+    text += static_cast<char>(0x80U | (value >> (6 * i) & 0x3FU));
+  }
 }
 
 std::string UndoReferences(const std::string& text) {
+  const bool isUtf8 = IsValidUtf8(text);
   std::string plain;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (text[i] == '&') {
@@ -55,7 +69,7 @@ std::string UndoReferences(const std::string& text) {
       const int character =
           end == std::string::npos ? -1 : Dereference(std::string_view(text).substr(i + 1, end - 1));
       if (character > 0) {
-        plain += static_cast<char>(character);
+        AppendCharacter(plain, static_cast<unsigned>(character), isUtf8);
         i += end;
         continue;
       }
@@ -251,7 +265,6 @@ std::string XmlScanner::ReadText() {
       raw.append(text, start, cursor - start);
     }
   }
-  ConvertFileText(raw);
   return Trim(UndoReferences(raw));
 }
 

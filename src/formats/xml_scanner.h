@@ -31,8 +31,8 @@ class XmlScanner {
   bool NextTag(XmlTag& tag);
   // The tag just read comes again.
   void Back();
-  // What stands before the next tag: trimmed, in ISO-8859-1, with the five entities and the references to
-  // characters undone.
+  // What stands before the next tag: trimmed, in the file's encoding, with the five entities and the
+  // references to characters undone.
   std::string ReadText();
   // To behind the prolog. What stands there first, if it isn't a tag, else an empty text.
   std::string ReadStrayWord();

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "formats/foreign_network.h"
+#include "formats/latin1.h"
 #include "formats/number_token.h"
 #include "formats/table_exchange.h"
 #include "formats/xml_speaker.h"
@@ -108,6 +109,7 @@ void QVR_xmlSpeaker::ReadVariableChild(Variable& variable) {
     }
   } else if (tag.name == "OUTCOME") {
     if (ReadElementText(text)) {
+      ConvertFileText(text);
       variable.outcomes.push_back(text);
     }
   } else if (tag.name == "PROPERTY") {
@@ -131,7 +133,10 @@ void QVR_xmlSpeaker::AddVariable(const Variable& variable) {
     Report(handle, "ERROR: Couldn't Create Node");
     return;
   }
-  network.NodeAt(handle)->info->header.SetName(variable.name.c_str());
+  // Only now: names of other alphabets would all look alike.
+  std::string title = variable.name;
+  ConvertFileText(title);
+  network.NodeAt(handle)->info->header.SetName(title.c_str());
   if (variable.centre) {
     SetNodeCentre(network, handle, variable.centre->first, variable.centre->second);
   }

@@ -38,23 +38,35 @@ TEST_F(TextReaders, MicrosoftGoesOnBehindFaults) {
                  "node c { position : (1); }\nnode a { type : discrete[2]; }\nodd { ; }\n"
                  "node d { type : discrete[99999]; label : decision; position : (1e300, 1); }\n"
                  "node u { label : utility; type : discrete[1]; }\n"
-                 "node e { type : discrete = { \"s\", ; }; }\n"
+                 "node e { type : discrete = { \"s\", ; }; } node f { type : discrete; }\n"
                  "probability (z | a) { 1; }\nutility (d) { 1; }\nprobability (a | a) { (0) : 1, 0; }\n"
-                 "probability (a) { 1, 1, 1; 1, x; 1, 3; }\n"
+                 "probability (a) { 1, 1, 1; 1, x; 1, 3; } probability (f | a) { (0): 1, 0; } probability "
+                 "(f) { 1, 0; }\n"
                  "utility (u | d, a) { (1, 0) : -5;\n (2, 0) : 1; (0) : 1; }\ninformation (d | a) { }"),
             0);
   ExpectMessages({"(line 2) : ERROR: 'odd' : Unknown Node Statement",
                   "ERROR: '3' : Size of list doesn't match number of outcomes. Using list size",
-                  "ERROR: Wrong position coordinates", "ERROR: Node not ready (valid). Node (\"c\") deleted",
-                  "ERROR: Couldn't Create Node (\"a\")", "ERROR: 'odd' : Unknown Object",
-                  "ERROR: '99999' : Couldn't set the number of outcomes", "ERROR: Invalid coordinates",
-                  "ERROR: '=' : Expecting number of states", "(line 8) : ERROR: ';' : String expected",
-                  "ERROR: Node not ready (valid). Node (\"e\") deleted", "ERROR: Node (\"z\") not found",
-                  "ERROR: Unknown Node Type", "ERROR: Couldn't add arc from parent node (\"a\")",
-                  "ERROR: 'x' : ';' expected", "was expecting 2 numbers but 3 were read",
-                  "was expecting 2 numbers but 1 were read", "(line 14) : ERROR: Invalid coordinates",
+                  "ERROR: Wrong position coordinates",
+                  "ERROR: Node not ready (valid). Node (\"c\") deleted",
+                  "ERROR: Couldn't Create Node (\"a\")",
+                  "ERROR: 'odd' : Unknown Object",
+                  "ERROR: '99999' : Couldn't set the number of outcomes",
+                  "ERROR: Invalid coordinates",
+                  "ERROR: '=' : Expecting number of states",
+                  "(line 8) : ERROR: ';' : String expected",
+                  "ERROR: Node not ready (valid). Node (\"e\") deleted",
+                  "ERROR: ';' : Expecting number of states",
+                  "ERROR: Node (\"z\") not found",
+                  "ERROR: Unknown Node Type",
+                  "ERROR: Couldn't add arc from parent node (\"a\")",
+                  "ERROR: 'x' : ';' expected",
+                  "was expecting 2 numbers but 3 were read",
+                  "was expecting 2 numbers but 1 were read",
+                  "(line 12) : ERROR: Invalid coordinates",
+                  "(line 14) : ERROR: Invalid coordinates",
                   "(line 14) : ERROR: Invalid coordinates"});
   EXPECT_EQ(NumbersOf(network, Find("a")), (Cells{0.25, 0.75}));
+  EXPECT_EQ(NumbersOf(network, Find("f")), (Cells{1, 0, 0.5, 0.5}));
   EXPECT_EQ(NumbersOf(network, Find("u")), (Cells{0, 0, -5, 0}));
   EXPECT_EQ(network.GetNumberOfParents(Find("d")), 1);
   EXPECT_EQ(Load(kFormatMicrosoft, "quantum network \"n\""), -2);
@@ -89,6 +101,20 @@ TEST_F(TextReaders, XmlBifTakesAnyTextAsNames) {
   EXPECT_EQ(NumbersOf(network, 2), (Cells{-1, 100}));
   EXPECT_EQ(network.GetNumberOfParents(3), 1);
   EXPECT_EQ(network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.GetId(), "my_net");
+}
+
+TEST_F(TextReaders, XmlBifTellsNamesOfOtherAlphabetsApart) {
+  const std::string states = "</NAME><OUTCOME>s</OUTCOME><OUTCOME>t</OUTCOME></VARIABLE>";
+  ASSERT_EQ(Load(kFormatXmlBif,
+                 kBif + "<VARIABLE><NAME>\xE5\x8F\x98" + states + "<VARIABLE><NAME>&#x91CF;&#xE9;" + states +
+                     "<DEFINITION><FOR>&#21464;</FOR><TABLE>.25 .75</TABLE></DEFINITION><DEFINITION>"
+                     "<FOR>\xE9\x87\x8F\xC3\xA9</FOR><GIVEN>\xE5\x8F\x98</GIVEN><TABLE>1 0 0 1</TABLE>"
+                     "</DEFINITION></NETWORK></BIF>"),
+            0);
+  ExpectMessages({});
+  EXPECT_EQ(NumbersOf(network, 0), (Cells{0.25, 0.75}));
+  EXPECT_EQ(NumbersOf(network, 1), (Cells{1, 0, 0, 1}));
+  EXPECT_EQ(network.NodeAt(1)->info->header.GetName(), "?\xE9");
 }
 
 TEST_F(TextReaders, XmlBifGoesOnBehindFaults) {
