@@ -37,7 +37,8 @@ int QVR_qvrSpeaker::ReadNet() {
     id = kUnnamedNetwork;
   }
   QVR_submodel& main = *network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel);
-  submodelNames.emplace(id, QVR_submodelHandler::kMainSubmodel);
+  const std::string writtenId = id;
+  submodelNames.emplace(writtenId, QVR_submodelHandler::kMainSubmodel);
   if (!IsPlainIdentifier(id)) {
     id = kUnnamedNetwork;
     MakeValidIdentifier(id);
@@ -45,7 +46,7 @@ int QVR_qvrSpeaker::ReadNet() {
   main.header.SetId(id.c_str());
   main.header.SetName(id.c_str());
   const Statements statements = {
-      {"HEADER", [&] { return ReadHeader(main.header, id); }},
+      {"HEADER", [&] { return ReadHeader(main.header, writtenId); }},
       {"CREATION", [this] { return ReadCreation(); }},
       {"NUMSAMPLES", [this] { return ReadIntField("NUMSAMPLES", network.sampleCount); }},
       {"SCREEN", [&] { return ReadScreen(main.screen); }},

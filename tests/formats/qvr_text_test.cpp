@@ -152,6 +152,10 @@ TEST_F(TextReaders, QvrTextGoesOnBehindFaults) {
   const QVR_submodel& main = *network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel);
   EXPECT_EQ(main.textBoxes.boxes.GetNumItems(), 1);
   EXPECT_EQ(main.header.GetName(), "t");
+  ASSERT_EQ(Load(kFormatText, "net _Unnamed_Network_ { HEADER = { ID = _Unnamed_Network_; }; };"), 0);
+  ExpectMessages({});
+  EXPECT_EQ(network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.GetId(),
+            "x_Unnamed_Network_");
   EXPECT_EQ(Load(kFormatText, "bnet n { node a { }; };"), 0);
   ExpectMessages({});
   EXPECT_EQ(network.GetNumberOfNodes(), 0);
