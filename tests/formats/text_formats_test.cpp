@@ -232,9 +232,10 @@ class SampleFiles : public ::testing::Test {
       GTEST_SKIP() << "no samples in " << samples;
     }
   }
-  // The format by the folder: some extensions aren't ours.
+  // The folder stands in for the extension: some aren't ours.
   static int FormatOf(const std::filesystem::path& path) {
-    return GetFormatFromExtension(("." + path.parent_path().filename().string()).c_str());
+    const int own = GetFormatFromExtension(path.c_str());
+    return own > 0 ? own : GetFormatFromExtension(("." + path.parent_path().filename().string()).c_str());
   }
   void Load(const std::filesystem::path& path, QVR_network& network) {
     GetErrorLog().Clear();
@@ -258,6 +259,12 @@ TEST_F(SampleFiles, Load) {
       continue;
     }
     for (const auto& entry : std::filesystem::directory_iterator(files)) {
+      QVR_network network;
+      Load(entry.path(), network);
+    }
+  }
+  for (const auto& entry : std::filesystem::directory_iterator(samples.parent_path() / "examples")) {
+    if (FormatOf(entry.path()) > 0) {
       QVR_network network;
       Load(entry.path(), network);
     }
