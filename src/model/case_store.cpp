@@ -1,6 +1,7 @@
 #include "model/case_store.h"
 
 #include <algorithm>
+#include <new>
 
 #include "model/network.h"
 
@@ -26,7 +27,11 @@ void QVR_caseStore::Assign(const QVR_caseStore& other) {
 }
 
 QVR_case* QVR_caseStore::AddCase(std::string_view name) {
-  cases.push_back(std::make_unique<QVR_case>(*network));
+  try {
+    cases.push_back(std::make_unique<QVR_case>(*network));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
   if (cases.back()->SetName(name) < 0) {
     cases.pop_back();
     return nullptr;
@@ -117,8 +122,8 @@ void QVR_caseStore::DynamicTypeChanged(int handle, int oldType) {
 void QVR_caseStore::DefinitionTypeChanged(int handle, int oldType) {
   const QVR_node* node = network->NodeAt(handle);
   const int newType = node != nullptr ? node->GetType() : kTypeNone;
-  const bool wasDiscrete = (oldType & kTypeBitDiscrete) != 0;
-  if (IsContinuous(oldType) != IsContinuous(newType) || (wasDiscrete && CountOutcomes(handle) < 2)) {
+  const bool staysDiscrete = (oldType & newType & kTypeBitDiscrete) != 0;
+  if (IsContinuous(oldType) != IsContinuous(newType) || (staysDiscrete && CountOutcomes(handle) < 2)) {
     NodeDeleted(handle);
   } else {
     OutcomesReplaced(handle);

@@ -23,7 +23,7 @@ class QVR_caseStore {
   // Deep copies for this store's network; takes `tracking` over.
   void Assign(const QVR_caseStore& other);
 
-  // Null if QVR_case::SetName refuses the name. The store owns the case.
+  // Null if QVR_case::SetName refuses the name, or memory is short. The store owns the case.
   QVR_case* AddCase(std::string_view name);
   [[nodiscard]] QVR_case* GetCase(int index);  // null out of range
   [[nodiscard]] const QVR_case* GetCase(int index) const;

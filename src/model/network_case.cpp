@@ -1,6 +1,7 @@
 #include "model/network_case.h"
 
 #include <algorithm>
+#include <new>
 
 #include "model/network.h"
 
@@ -10,14 +11,18 @@ int QVR_case::SetName(std::string_view newName) {
   if (newName.empty()) {
     return QVR_ILLEGAL_IDENTIFIER;
   }
-  std::string text(newName);
-  if (text == name) {
+  if (newName == name) {
     return QVR_OKAY;
   }
-  if (!network->GetCases().TakeName(text, name)) {
-    return QVR_DUPLICATED_IDENTIFIER;
+  try {
+    std::string text(newName);
+    if (!network->GetCases().TakeName(text, name)) {
+      return QVR_DUPLICATED_IDENTIFIER;
+    }
+    name = std::move(text);
+  } catch (const std::bad_alloc&) {
+    return QVR_OUT_OF_MEMORY;
   }
-  name = std::move(text);
   return QVR_OKAY;
 }
 
@@ -33,8 +38,14 @@ int QVR_case::AddRecord(int handle) {
   if (FindRecord(handle) >= 0) {
     return QVR_DUPLICATED_IDENTIFIER;
   }
-  evidence.emplace_back().handle = handle;
-  places.emplace(handle, static_cast<int>(evidence.size()) - 1);
+  const auto place = static_cast<int>(evidence.size());
+  try {
+    evidence.emplace_back().handle = handle;
+    places.emplace(handle, place);
+  } catch (const std::bad_alloc&) {
+    evidence.resize(static_cast<std::size_t>(place));
+    return QVR_OUT_OF_MEMORY;
+  }
   return QVR_OKAY;
 }
 
@@ -67,13 +78,18 @@ int QVR_case::AddSoftEvidence(int handle, std::span<const double> values) {
   if (int status = AddRecord(handle); status < 0) {
     return status;
   }
-  evidence.back().softEvidence.assign(values.begin(), values.end());
+  try {
+    evidence.back().softEvidence.assign(values.begin(), values.end());
+  } catch (const std::bad_alloc&) {
+    RemoveRecord(static_cast<int>(evidence.size()) - 1);
+    return QVR_OUT_OF_MEMORY;
+  }
   evidence.back().kind = kCaseSoft;
   return QVR_OKAY;
 }
 
 int QVR_case::AddTemporalEvidence(int handle, int slice, int outcome) {
-  if (int status = AddRecord(handle); status == QVR_OUT_OF_RANGE) {
+  if (int status = AddRecord(handle); status < 0 && status != QVR_DUPLICATED_IDENTIFIER) {
     return status;
   }
   if (slice < 0) {
@@ -84,20 +100,39 @@ int QVR_case::AddTemporalEvidence(int handle, int slice, int outcome) {
   }
   CaseEvidence& record = evidence[static_cast<std::size_t>(FindRecord(handle))];
   record.kind = kCaseTemporal;
-  if (!usedSlices.emplace(handle, slice).second) {
-    return QVR_DUPLICATED_IDENTIFIER;
+  return AddSlice(record, slice, outcome);
+}
+
+int QVR_case::AddSlice(CaseEvidence& record, int slice, int outcome) {
+  const std::size_t known = record.temporal.size();
+  int status = QVR_OKAY;
+  try {
+    record.temporal.emplace_back(slice, outcome);
+    status = usedSlices.emplace(record.handle, slice).second ? QVR_OKAY : QVR_DUPLICATED_IDENTIFIER;
+  } catch (const std::bad_alloc&) {
+    status = QVR_OUT_OF_MEMORY;
   }
-  record.temporal.emplace_back(slice, outcome);
-  return QVR_OKAY;
+  if (status < 0) {
+    record.temporal.resize(known);
+  }
+  return status;
 }
 
 int QVR_case::AddTarget(int handle) {
   if (!network->IsValidHandle(handle)) {
     return QVR_OUT_OF_RANGE;
   }
-  if (targetHandles.insert(handle).second) {
+  const std::size_t known = targets.size();
+  try {
     targets.push_back(handle);
+    if (targetHandles.insert(handle).second) {
+      return QVR_OKAY;
+    }
+  } catch (const std::bad_alloc&) {
+    targets.resize(known);
+    return QVR_OUT_OF_MEMORY;
   }
+  targets.pop_back();
   return QVR_OKAY;
 }
 

@@ -44,6 +44,7 @@ class QVR_case {
   QVR_case(const QVR_case& other, QVR_network& newNetwork) : QVR_case(other) { network = &newNetwork; }
   QVR_case& operator=(const QVR_case&) = delete;
 
+  // Whatever adds or changes something gives -42, and leaves the case as it was, if memory is short.
   // -30 for an empty name, -32 if another case of the network has it, byte for byte.
   int SetName(std::string_view newName);
   void SetCategory(std::string_view text) { category = text; }
@@ -84,12 +85,15 @@ class QVR_case {
 
   [[nodiscard]] int FindRecord(int handle) const;  // the place, or -1
   int AddRecord(int handle);
+  int AddSlice(CaseEvidence& record, int slice, int outcome);
   [[nodiscard]] bool IsOutcome(int handle, int outcome) const;
   [[nodiscard]] int TestRecord(int index, int kind) const;
   void RemoveRecord(int place);
   void ForgetSlices(CaseEvidence& record);
   // True if the record's own outcome went. Pairs that lost theirs go.
   bool Renumber(CaseEvidence& record, const Renumbering& renumber);
+  // Whether a record that lost its own outcome has anything left to live by.
+  [[nodiscard]] bool LivesBySlices(const CaseEvidence& record) const;
 
   // What became of the node; nothing happens to a case that doesn't know it.
   void DropNode(int handle);

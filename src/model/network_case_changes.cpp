@@ -46,6 +46,11 @@ bool QVR_case::Renumber(CaseEvidence& record, const Renumbering& renumber) {
   return hadOutcome && record.outcome < 0;
 }
 
+// In the plate it may, even if no slice is left.
+bool QVR_case::LivesBySlices(const CaseEvidence& record) const {
+  return network->GetDynamicType(record.handle) == kDynamicPlate && record.kind != kCaseDiscrete;
+}
+
 void QVR_case::OutcomeAdded(int handle, int position) {
   const int place = FindRecord(handle);
   if (place < 0) {
@@ -75,9 +80,7 @@ void QVR_case::OutcomeRemoved(int handle, int position) {
     }
     return old > position ? old - 1 : old;
   });
-  // In the plate a record may live on by its slices, even if none is left.
-  const bool isPlate = network->GetDynamicType(handle) == kDynamicPlate;
-  if (lostOutcome && (!isPlate || record.kind == kCaseDiscrete)) {
+  if (lostOutcome && !LivesBySlices(record)) {
     RemoveRecord(place);
   }
 }
@@ -108,7 +111,7 @@ void QVR_case::OutcomesReplaced(int handle, int count) {
   CaseEvidence& record = evidence[static_cast<std::size_t>(place)];
   const bool lostOutcome = Renumber(record, [count](int old) { return old < count ? old : -1; });
   const bool misfits = record.kind == kCaseSoft && static_cast<int>(record.softEvidence.size()) != count;
-  if (misfits || (lostOutcome && record.kind == kCaseDiscrete)) {
+  if (misfits || (lostOutcome && !LivesBySlices(record))) {
     RemoveRecord(place);
   }
 }

@@ -307,7 +307,7 @@ class EditedCases {
     const bool wasEquation = network.NodeAt(handle)->GetType() == kTypeEquation;
     network.NodeAt(handle)->ChangeType(kTypes[random.Below(5)]);
     const bool isEquation = network.NodeAt(handle)->GetType() == kTypeEquation;
-    if (wasEquation != isEquation || (!before.empty() && OutcomesOf(handle).empty())) {
+    if (wasEquation != isEquation) {
       Drop(IdOf(handle));
     } else {
       Replace(handle, before);
@@ -334,7 +334,7 @@ class EditedCases {
       }
       record.soft = soft;
       return (record.kind == kCaseSoft && soft.size() != after.size()) ||
-             (record.kind == kCaseDiscrete && hadOutcome && record.outcome.empty());
+             (hadOutcome && record.outcome.empty() && !LivesBySlices(handle, record));
     });
   }
 
@@ -370,14 +370,16 @@ class EditedCases {
   }
 
   void Forget(int handle, const std::string& outcome) {
-    const bool isPlate = network.GetDynamicType(handle) == kDynamicPlate;
     Follow(IdOf(handle), [&](Known& record) {
       record.soft.erase(outcome);
       std::erase_if(record.slices, [&](const auto& slice) { return slice.second == outcome; });
       const bool isLost = record.outcome == outcome;
       record.outcome = isLost ? "" : record.outcome;
-      return isLost && (!isPlate || record.kind == kCaseDiscrete);
+      return isLost && !LivesBySlices(handle, record);
     });
+  }
+  [[nodiscard]] bool LivesBySlices(int handle, const Known& record) const {
+    return network.GetDynamicType(handle) == kDynamicPlate && record.kind != kCaseDiscrete;
   }
 
   TestRandom random;
