@@ -206,8 +206,11 @@ int QVR_submodelHandler::CreateSubmodel(int parent, const char* id) {
     return QVR_OUT_OF_MEMORY;
   }
   submodel->header.SetName(text.c_str());
-  const int status = submodel->header.SetId(text.c_str());
-  return status < 0 ? status : place | kHandleBit;
+  if (const int status = submodel->header.SetId(text.c_str()); status < 0) {
+    slots[static_cast<std::size_t>(place)] = Slot();
+    return status;
+  }
+  return place | kHandleBit;
 }
 
 void QVR_submodelHandler::IdentifierStored(int slot, const std::string& oldId, const std::string& newId) {
@@ -237,7 +240,8 @@ int QVR_submodelHandler::IdExistsBelowMain(const char* id) const {
 int QVR_submodelHandler::FirstSubmodel() const { return NextOccupied(0); }
 
 int QVR_submodelHandler::NextSubmodel(int handle) const {
-  return handle < 0 ? QVR_OUT_OF_RANGE : NextOccupied((handle & ~kHandleBit) + 1);
+  const int slot = SlotOf(handle);
+  return slot < 0 ? slot : NextOccupied(slot + 1);
 }
 
 int QVR_submodelHandler::NextOccupied(int slot) const {
