@@ -62,6 +62,8 @@ int QVR_dynamicExtension::UseTable(const Key& key) {
     return present;
   }
   const std::vector<TemporalParent> parents = GetTableParents(key.handle, key.order);
+  std::vector<int> handles;
+  handles.reserve(parents.size());
   const int table = MakeLike(key.handle);
   if (table < 0) {
     return table;
@@ -69,11 +71,12 @@ int QVR_dynamicExtension::UseTable(const Key& key) {
   int status = QVR_OKAY;
   try {
     orderTables.emplace(key, table);
+    tableKeys.emplace(table, key);
   } catch (const std::bad_alloc&) {
+    orderTables.erase(key);
     temporalNetwork.DeleteNode(table);
     return QVR_OUT_OF_MEMORY;
   }
-  std::vector<int> handles;
   for (std::size_t i = 0; i < parents.size() && status >= 0; ++i) {
     handles.push_back(UseShadow(parents[i]));
     status = handles.back();
@@ -83,7 +86,9 @@ int QVR_dynamicExtension::UseTable(const Key& key) {
   }
   if (status < 0) {
     DropTable(table);
-    DropLeftOver();
+    for (const int shadow : handles) {
+      DropShadowIfUnused(shadow);
+    }
     return status;
   }
   return table;
@@ -92,12 +97,23 @@ int QVR_dynamicExtension::UseTable(const Key& key) {
 void QVR_dynamicExtension::DropTable(int table) {
   const QVR_intArray& list = temporalNetwork.GetParents(table);
   const std::vector<int> parents(list.begin(), list.end());
-  std::erase_if(orderTables, [table](const auto& entry) { return entry.second == table; });
+  orderTables.erase(tableKeys.find(table)->second);
+  tableKeys.erase(table);
   temporalNetwork.DeleteNode(table);
   for (const int shadow : parents) {
     DropShadowIfUnused(shadow);
   }
   maxOrder = -1;
+}
+
+// The parents of the highest order stand last.
+void QVR_dynamicExtension::DropTableIfBare(int table) {
+  const QVR_intArray& parents = temporalNetwork.GetParents(table);
+  const int last = parents.GetNumItems() - 1;
+  const int order = tableKeys.find(table)->second.order;
+  if (last < 0 || KeyOfShadow(parents[last]).order != order) {
+    DropTable(table);
+  }
 }
 
 int QVR_dynamicExtension::AddParentAt(int table, int shadow, int place) {
@@ -122,11 +138,11 @@ int QVR_dynamicExtension::AddToTables(const Key& parent, int child, int fromOrde
   }
   for (auto table = first; table != last; ++table) {
     const QVR_intArray& list = temporalNetwork.GetParents(table->second);
-    const auto place =
-        parent.order == 0 ? ordinaryPlace : std::count_if(list.begin(), list.end(), [&](int other) {
-          return KeyOfShadow(other).order <= parent.order;
-        });
-    if (const int status = AddParentAt(table->second, shadow, static_cast<int>(place)); status < 0) {
+    int place = parent.order == 0 ? ordinaryPlace : list.GetNumItems();
+    while (parent.order > 0 && place > 0 && KeyOfShadow(list[place - 1]).order > parent.order) {
+      --place;
+    }
+    if (const int status = AddParentAt(table->second, shadow, place); status < 0) {
       RemoveFromTables(shadow, child);
       return status;
     }
@@ -146,8 +162,7 @@ int QVR_dynamicExtension::AddTemporalArc(int parent, int child, int order) {
   if (order < 1 || !IsInPlate(parent) || !IsInPlate(child)) {
     return QVR_OUT_OF_RANGE;
   }
-  const std::vector<int> present = GetTemporalParents(child, order);
-  if (std::find(present.begin(), present.end(), parent) != present.end()) {
+  if (temporalNetwork.HasArc(FindIn(shadows, {parent, order}), FindIn(orderTables, {child, order}))) {
     return QVR_OUT_OF_RANGE;
   }
   if (!HasOutcomes(parent) || !HasOutcomes(child)) {
@@ -172,7 +187,9 @@ int QVR_dynamicExtension::MakeTemporalArc(const Key& parent, int child) {
     status = QVR_OUT_OF_MEMORY;
   }
   if (status < 0) {
-    DropLeftOver();
+    if (const int table = FindIn(orderTables, {child, parent.order}); table >= 0) {
+      DropTableIfBare(table);
+    }
     return status;
   }
   maxOrder = -1;
@@ -188,30 +205,20 @@ int QVR_dynamicExtension::RemoveTemporalArc(int parent, int child, int order) {
   {
     const RaisedFlag scope(following);
     RemoveFromTables(shadow, child);
-    DropLeftOver();
+    DropTableIfBare(table);
   }
   network.TemporalPartChanged(kRelevanceArcRemoved);
   return QVR_OKAY;
 }
 
 void QVR_dynamicExtension::DropLeftOver() {
-  std::vector<int> empty;
-  for (const auto& [key, table] : orderTables) {
-    if (GetTemporalParents(key.handle, key.order).empty()) {
-      empty.push_back(table);
-    }
+  const std::map<int, Key> tables = tableKeys;
+  for (const auto& entry : tables) {
+    DropTableIfBare(entry.first);
   }
-  for (const int table : empty) {
-    DropTable(table);
-  }
-  std::vector<int> unused;
-  for (const auto& [shadow, key] : shadowKeys) {
-    if (temporalNetwork.GetNumberOfChildren(shadow) == 0) {
-      unused.push_back(shadow);
-    }
-  }
-  for (const int shadow : unused) {
-    DropShadowIfUnused(shadow);
+  const std::map<int, Key> before = shadowKeys;
+  for (const auto& entry : before) {
+    DropShadowIfUnused(entry.first);
   }
 }
 

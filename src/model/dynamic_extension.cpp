@@ -25,6 +25,7 @@ int QVR_dynamicExtension::Assign(const QVR_dynamicExtension& other) {
   shadows = other.shadows;
   shadowKeys = other.shadowKeys;
   orderTables = other.orderTables;
+  tableKeys = other.tableKeys;
   evidence = other.evidence;
   maxOrder = other.maxOrder;
   sliceCount = other.sliceCount;

@@ -55,6 +55,11 @@ class QVR_dynamicExtension : public QVR_object {
   [[nodiscard]] QVR_nodeDefinition* GetTemporalDefinition(int handle, int order);
   // Whether the node is a parent at some order.
   [[nodiscard]] bool IsTemporalParent(int handle) const;
+  // Whether there is a copy of the arc, or of its parent, for each slice: then nothing that is known of a
+  // single slice may go into the child's numbers.
+  [[nodiscard]] bool StandsForSlices(int parent, int child) const {
+    return IsInPlate(parent) || IsInPlate(child);
+  }
   // The highest order of all arcs; 0 without any.
   [[nodiscard]] int GetMaxOrder() const;
 
@@ -122,6 +127,9 @@ class QVR_dynamicExtension : public QVR_object {
   void DropShadowIfUnused(int shadow);
   int UseTable(const Key& key);
   void DropTable(int table);
+  void DropTableIfBare(int table);  // without an arc of its own order
+  void DropTablesOf(int handle);
+  void DropShadowsOf(int handle, int fromOrder);
   int AddParentAt(int table, int shadow, int place);
   // Adds the parent to the child's tables from an order on, or to none.
   int AddToTables(const Key& parent, int child, int fromOrder, int ordinaryPlace);
@@ -140,7 +148,8 @@ class QVR_dynamicExtension : public QVR_object {
   KeyMap shadows;                 // to handles of the private network
   std::map<int, Key> shadowKeys;  // and back
   KeyMap orderTables;
-  mutable int maxOrder = -1;  // -1: unknown
+  std::map<int, Key> tableKeys;  // and back
+  mutable int maxOrder = -1;     // -1: unknown
   int sliceCount = 10;
   std::map<int, std::map<int, int>> evidence;  // by node and slice
   bool following = false;                      // changes of tables are this object's own

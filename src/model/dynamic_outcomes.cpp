@@ -95,18 +95,18 @@ void QVR_dynamicExtension::OutcomesReplaced(int handle) {
 void QVR_dynamicExtension::DefinitionChanged(int handle) {
   QVR_node& original = *network.NodeAt(handle);
   const int count = original.GetNumberOfOutcomes();
-  if (count < 1) {
-    NodeDeleted(handle);
-    return;
-  }
   if (const auto found = evidence.find(handle); found != evidence.end()) {
     std::erase_if(found->second, [count](const auto& entry) { return entry.second >= count; });
+  }
+  const RaisedFlag scope(following);
+  if (count < 1) {  // it may still be an ordinary parent of something
+    DropShadowsOf(handle, 1);
+    DropTablesOf(handle);
   }
   const std::vector<int> mirrors = MirrorsOf(handle);
   if (mirrors.empty()) {
     return;
   }
-  const RaisedFlag scope(following);
   int status = QVR_OKAY;
   for (const int mirror : mirrors) {
     if (Conform(mirror, original) < 0) {

@@ -60,23 +60,31 @@ int QVR_dynamicExtension::AnchorChanging(int handle, bool becomesAnchor) {
 
 void QVR_dynamicExtension::NodeDeleted(int handle) {
   evidence.erase(handle);
-  const std::vector<int> mirrors = MirrorsOf(handle);
-  if (mirrors.empty()) {
-    return;
-  }
   const RaisedFlag scope(following);
-  for (const int mirror : mirrors) {
-    if (shadowKeys.contains(mirror)) {
-      const QVR_intArray& list = temporalNetwork.GetChildren(mirror);
-      for (const int table : std::vector<int>(list.begin(), list.end())) {
-        temporalNetwork.RemoveArc(mirror, table, kOrdinaryLayer);
-      }
-      DropShadowIfUnused(mirror);
-    } else {
-      DropTable(mirror);
-    }
+  DropShadowsOf(handle, 0);
+  DropTablesOf(handle);
+}
+
+void QVR_dynamicExtension::DropTablesOf(int handle) {
+  for (const int order : GetTemporalOrders(handle)) {
+    DropTable(FindIn(orderTables, {handle, order}));
   }
-  DropLeftOver();
+}
+
+void QVR_dynamicExtension::DropShadowsOf(int handle, int fromOrder) {
+  std::vector<int> doomed;
+  const auto [first, last] = RangeOf(shadows, handle, fromOrder);
+  for (auto entry = first; entry != last; ++entry) {
+    doomed.push_back(entry->second);
+  }
+  for (const int shadow : doomed) {
+    const QVR_intArray& list = temporalNetwork.GetChildren(shadow);
+    for (const int table : std::vector<int>(list.begin(), list.end())) {
+      temporalNetwork.RemoveArc(shadow, table, kOrdinaryLayer);
+      DropTableIfBare(table);
+    }
+    DropShadowIfUnused(shadow);
+  }
   maxOrder = -1;
 }
 
