@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "definitions/probability_row.h"
+#include "model/dynamic_extension.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -202,6 +203,10 @@ int QVR_noisyMAX::AbsorbObservedParent(int parentHandle) {
   if (parent == nullptr || !parent->value || !parent->value->HasEvidence()) {
     return QVR_OUT_OF_RANGE;
   }
+  if (network->GetDynamicExtension() != nullptr &&
+      network->GetDynamicExtension()->StandsForSlices(parentHandle, handle)) {
+    return QVR_WRONG_NODE_TYPE;
+  }
   const int block = BlockOf(parentHandle);
   if (block < 0) {
     return StatusWithoutDimension(parentHandle);
@@ -223,6 +228,10 @@ int QVR_noisyMAX::AbsorbRootParent(int parentHandle) {
   const QVR_node* parent = ParentNode(parentHandle);
   if (parent == nullptr || (parent->value && parent->value->HasEvidence())) {
     return QVR_OUT_OF_RANGE;
+  }
+  if (network->GetDynamicExtension() != nullptr &&
+      network->GetDynamicExtension()->StandsForSlices(parentHandle, handle)) {
+    return QVR_WRONG_NODE_TYPE;
   }
   const int block = BlockOf(parentHandle);
   if (block < 0 || parent->GetType() == kTypeList) {

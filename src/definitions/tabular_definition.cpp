@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "model/dynamic_extension.h"
 #include "model/network.h"
 
 namespace qvr {
@@ -149,6 +150,10 @@ int TabularDefinition::AbsorbObservedParent(int parentHandle) {
   if (dimension < 0 || !parent->value || !parent->value->HasEvidence()) {
     return QVR_OUT_OF_RANGE;
   }
+  if (network->GetDynamicExtension() != nullptr &&
+      network->GetDynamicExtension()->StandsForSlices(parentHandle, handle)) {
+    return QVR_WRONG_NODE_TYPE;
+  }
   if (int status = table.Reduce(dimension, parent->value->GetEvidence()); status < 0) {
     return status;
   }
@@ -164,6 +169,10 @@ int TabularDefinition::AbsorbRootParent(int parentHandle) {
   if (dimension < 0 || parent->GetType() == kTypeList || network->GetNumberOfParents(parentHandle) > 0 ||
       (parent->value && parent->value->HasEvidence())) {
     return QVR_OUT_OF_RANGE;
+  }
+  if (network->GetDynamicExtension() != nullptr &&
+      network->GetDynamicExtension()->StandsForSlices(parentHandle, handle)) {
+    return QVR_WRONG_NODE_TYPE;
   }
   QVR_doubleArray* weights = nullptr;
   if (int status = parent->definition->GetDataArray(weights); status < 0) {
