@@ -230,6 +230,7 @@ TEST_F(SmallPlate, RefusesAndStaysAsItWas) {
       {"arc out of the plate", {network.AddArc(terminal, lower, 0), -2}},
       {"arc from terminal to anchor", {network.AddArc(terminal, anchor, 0), -11}},
       {"no change", {network.SetDynamicType(anchor, kDynamicAnchor), 0}},
+      {"a prior of slice 0 alone", {network.NodeAt(upper)->definition->AbsorbRootParent(anchor), -51}},
   };
   for (const auto& [name, codes] : refusals) {
     EXPECT_EQ(codes.first, codes.second) << name;
@@ -282,6 +283,40 @@ TEST_F(SmallPlate, EvidenceBelongsToItsSlice) {
   ASSERT_EQ(temporal->GetTemporalDefinition(lower, 1)->SetValues(cells), 0);
   EXPECT_TRUE(ValueOf(network, lower).IsValueValid());
   EXPECT_LT(LargestError(network, ForwardBackward(network)), 1e-9) << "a change of a table is news";
+}
+
+// Nothing of it may depend on how many other tables there are.
+TEST(Temporal, DeletesPlatesInLinearTime) {
+  constexpr int kMany = 6'000;
+  QVR_network network;
+  std::vector<int> plate;
+  for (int i = 0; i < kMany; ++i) {
+    plate.push_back(network.AddNode(kTypeCpt, nullptr));
+    ASSERT_EQ(network.SetDynamicType(plate.back(), kDynamicPlate), 0);
+    ASSERT_EQ(network.GetDynamicExtension()->AddTemporalArc(plate.back(), plate.back(), 1), 0);
+  }
+  const std::clock_t start = std::clock();
+  for (const int node : plate) {
+    ASSERT_EQ(network.DeleteNode(node), 0);
+  }
+  EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 2.0);
+  EXPECT_EQ(network.CheckInvariants(), "");
+}
+
+// A hybrid node of the plate keeps the dimensions of its parents, with outcomes or without.
+TEST(Temporal, TablesFollowTheTypesOfOrdinaryParents) {
+  QVR_network network;
+  const int parent = network.AddNode(kTypeCpt, "P");
+  const int node = network.AddNode(kTypeDChildHParent, "X");
+  ASSERT_EQ(network.SetDynamicType(node, kDynamicPlate), 0);
+  ASSERT_EQ(network.AddArc(parent, node, 0), 0);
+  ASSERT_EQ(network.GetDynamicExtension()->AddTemporalArc(node, node, 1), 0);
+  for (const int type : {kTypeDistribution, kTypeHEquation, kTypeCpt, kTypeTable}) {
+    ASSERT_EQ(network.NodeAt(parent)->ChangeType(type), 0);
+    EXPECT_EQ(network.CheckInvariants(), "") << "type " << type;
+  }
+  EXPECT_EQ(network.GetDynamicExtension()->GetTableParents(node, 1),
+            (std::vector<TemporalParent>{{node, 1}}));
 }
 
 // No single step is impossible: what isn't is the way from the first slice to what the terminal says.
