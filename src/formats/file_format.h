@@ -95,6 +95,7 @@ class QVR_fileFormat : public QVR_object {
   int ReadInt(int& out);        // as far as its digits go; -127 outside 32 bits
   int ReadString(std::string& out);
   int ReadIdentifier(std::string& out);  // may begin with one "_"
+  int ReadWord(std::string& out);        // an identifier, number or string as it stands; reports
   // 1, 0, or -111 where no token can be read.
   int NextIsComma() { return NextIsPunctuator(","); }
   int NextIsOpenParen() { return NextIsPunctuator("("); }
@@ -114,6 +115,8 @@ class QVR_fileFormat : public QVR_object {
   int ExpectString(std::string& out);
   int ExpectNumber(double& out);
   int ExpectInt(int& out);
+  // All numbers up to the ";" or the block's end, whatever stands between them. Reports.
+  int ReadLooseNumbers(QVR_doubleArray& list);
   [[nodiscard]] virtual int GetLine() const;  // that Report names: the lexer's, or 0
   int ReportAt(int line, int code, const std::string& message);
   int ReportUnknown(const char* message);  // "ERROR: '<token>' : <message>" under -127

@@ -128,6 +128,7 @@ int QVR_fileFormat::NextIsIdentifier() {
   Consume();
   const int isBehind = PeekIsType(kTokenIdentifier);
   lexer->Back();
+  Peek();
   return isBehind == 1 ? 1 : 0;
 }
 
@@ -136,7 +137,6 @@ int QVR_fileFormat::ReadIdentifier(std::string& out) {
   if (isIdentifier != 1) {
     return isIdentifier < 0 ? isIdentifier : QVR_SYNTAX_ERROR;
   }
-  Peek();
   out = token.text;
   Consume();
   if (token.type == kTokenPunctuator) {
@@ -151,6 +151,18 @@ int QVR_fileFormat::ReadString(std::string& out) {
   const int isString = NextIsString();
   if (isString != 1) {
     return isString < 0 ? isString : QVR_SYNTAX_ERROR;
+  }
+  out = token.text;
+  Consume();
+  return QVR_OKAY;
+}
+
+int QVR_fileFormat::ReadWord(std::string& out) {
+  if (NextIsIdentifier() == 1) {
+    return ReadIdentifier(out);
+  }
+  if (NextIsNumber() != 1 && NextIsString() != 1) {
+    return Expect(kTokenString, nullptr);
   }
   out = token.text;
   Consume();
@@ -316,6 +328,24 @@ int QVR_fileFormat::ReadIntList(QVR_intArray& list) {
   return ReadNumberList(list, &QVR_fileFormat::ExpectInt);
 }
 
+int QVR_fileFormat::ReadLooseNumbers(QVR_doubleArray& list) {
+  list.CleanUp();
+  int status = QVR_OKAY;
+  while (status == QVR_OKAY && !AtBlockEnd() && NextIsPunctuator(";") == 0) {
+    double number = 0;
+    if (NextIsNumber() != 1) {
+      Consume();
+      continue;
+    }
+    status = ExpectNumber(number);
+    status = status < 0 ? status : list.Add(number);
+  }
+  if (status < 0) {
+    list.CleanUp();
+  }
+  return status;
+}
+
 int QVR_fileFormat::ReadField(const char* name, int tokenType) {
   const int isName = NextIsKeyword(name);
   if (isName != 1) {
@@ -325,10 +355,13 @@ int QVR_fileFormat::ReadField(const char* name, int tokenType) {
   if (const int status = Expect(kTokenPunctuator, "="); status < 0) {
     return status;
   }
-  const bool isThere = tokenType == kTokenIdentifier ? NextIsIdentifier() == 1
-                       : tokenType == kTokenReal     ? NextIsNumber() == 1
-                                                     : PeekIsType(tokenType) == 1;
-  return isThere ? QVR_OKAY : ReportMismatch(QVR_SYNTAX_ERROR, tokenType, nullptr);
+  const int isThere = tokenType == kTokenIdentifier ? NextIsIdentifier()
+                      : tokenType == kTokenReal     ? NextIsNumber()
+                                                    : PeekIsType(tokenType);
+  if (isThere == 1) {
+    return QVR_OKAY;
+  }
+  return ReportMismatch(isThere < 0 ? isThere : QVR_SYNTAX_ERROR, tokenType, nullptr);
 }
 
 int QVR_fileFormat::ReadIntField(const char* name, int& value) {

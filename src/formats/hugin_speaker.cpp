@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "definitions/utility_table.h"
+#include "formats/foreign_network.h"
 #include "formats/latin1.h"
 #include "formats/table_exchange.h"
 #include "model/identifier.h"
@@ -23,6 +23,9 @@ constexpr Kind kKinds[] = {{"node", kTypeCpt}, {"decision", kTypeList}, {"utilit
 // Of a potential that has them: they add nothing to the table.
 constexpr const char* kSilentFields[] = {"experience", "fading", "model_nodes", "samples_per_interval",
                                          nullptr};
+
+// Settings of the tool itself.
+bool IsToolKey(std::string_view key) { return key.starts_with("HR_") || key.starts_with("HRUNTIME_"); }
 
 bool IsCoordinate(double x) { return std::abs(x) <= kMaxCoordinate; }
 
@@ -73,7 +76,7 @@ int QVR_huginSpeaker::ReadNetStatement() {
   if (NextIsKeyword("name") == 1 || NextIsKeyword("label") == 1) {
     return ReadNetName(PeekIs("name"));
   }
-  if (NextIsIdentifier() == 1 && token.text.starts_with("HR")) {
+  if (NextIsIdentifier() == 1 && IsToolKey(token.text)) {
     return SkipBlock();
   }
   return ReportUnknown("Unknown Net Statement");
@@ -226,12 +229,10 @@ int QVR_huginSpeaker::ReadStates(int handle) {
     status = Expect(kTokenPunctuator, "(");
   }
   QVR_stringArray states;
+  std::string state;
   while (status == QVR_OKAY && NextIsPunctuator(")") == 0) {
-    if (NextIsString() != 1 && NextIsIdentifier() != 1 && NextIsNumber() != 1) {
-      return Expect(kTokenString, nullptr);
-    }
-    status = states.Add(std::string(token.text).c_str());
-    Consume();
+    status = ReadWord(state);
+    status = status < 0 ? status : states.Add(state.c_str());
   }
   if (status == QVR_OKAY) {
     status = Expect(kTokenPunctuator, ")");
@@ -245,10 +246,11 @@ int QVR_huginSpeaker::ReadStates(int handle) {
 }
 
 int QVR_huginSpeaker::ReadPotential() {
-  QVR_stringArray nodes;
-  int child = -1;
+  Potential potential;
+  const QVR_stringArray& nodes = potential.nodes;
+  potential.line = GetLine();
   Consume();
-  if (const int status = ReadPotentialHead(nodes); status < 0) {
+  if (const int status = ReadPotentialHead(potential.nodes); status < 0) {
     return status;
   }
   for (int i = 0; i < nodes.GetNumItems(); ++i) {
@@ -256,15 +258,18 @@ int QVR_huginSpeaker::ReadPotential() {
       return SkipSection();
     }
   }
-  if (const int status = AddArcs(nodes, child); status < 0) {
-    return status;
+  for (int i = 0; i < nodes.GetNumItems(); ++i) {
+    potential.handles.Add(names.Find(nodes.Get(i)));
+    if (potential.handles[i] < 0) {
+      return Report(QVR_OUT_OF_RANGE, "ERROR: Node (\"" + std::string(nodes.Get(i)) + "\") not found");
+    }
   }
   if (const int status = Expect(kTokenPunctuator, "{"); status < 0) {
     return status;
   }
-  hasData = false;
-  ReadStatements([this, child] { return ReadPotentialField(child); });
+  ReadStatements([&] { return ReadPotentialField(potential); });
   ReadBlockEnd();
+  ApplyPotential(potential);
   return QVR_OKAY;
 }
 
@@ -290,57 +295,37 @@ int QVR_huginSpeaker::ReadPotentialHead(QVR_stringArray& nodes) {
   return Expect(kTokenPunctuator, ")");
 }
 
-int QVR_huginSpeaker::AddArcs(const QVR_stringArray& nodes, int& child) {
-  QVR_intArray handles;
-  for (int i = 0; i < nodes.GetNumItems(); ++i) {
-    handles.Add(names.Find(nodes.Get(i)));
-    if (handles[i] < 0) {
-      return Report(QVR_OUT_OF_RANGE, "ERROR: Node (\"" + std::string(nodes.Get(i)) + "\") not found");
-    }
-  }
-  child = handles[0];
-  for (int i = 1; i < handles.GetNumItems(); ++i) {
-    const int status = network.AddArc(handles[i], child, kOrdinaryLayer);
-    Report(status, "ERROR: Couldn't add arc from parent node (\"" + std::string(nodes.Get(i)) + "\")");
-  }
-  return QVR_OKAY;
-}
-
-int QVR_huginSpeaker::ReadPotentialField(int handle) {
+int QVR_huginSpeaker::ReadPotentialField(Potential& potential) {
   if (NextIsKeyword("data") == 1) {
     Consume();
-    hasData = true;
+    potential.dataLine = GetLine();
     const int status = Expect(kTokenPunctuator, "=");
-    return status < 0 ? status : ReadData(handle);
+    return status < 0 ? status : ReadLooseNumbers(potential.numbers);
   }
-  if (NextIsOneOf(kSilentFields) == 1 || (hasData && NextIsKeyword("model_data") == 1)) {
+  if (NextIsKeyword("model_data") == 1) {
+    potential.modelLine = GetLine();
     return SkipBlock();
   }
-  return ReportUnknown("Unknown potential statement");
+  return NextIsOneOf(kSilentFields) == 1 ? SkipBlock() : ReportUnknown("Unknown potential statement");
 }
 
-// The numbers alone count, however they are nested. A decision's would be a policy.
-int QVR_huginSpeaker::ReadData(int handle) {
-  QVR_doubleArray numbers;
-  while (!AtBlockEnd() && NextIsPunctuator(";") == 0) {
-    double number = 0;
-    if (NextIsNumber() != 1) {
-      Consume();
-    } else if (ReadNumber(number) < 0) {
-      return Expect(kTokenReal, nullptr);
-    } else if (const int status = numbers.Add(number); status < 0) {
-      return status;
-    }
+// Numbers of a decision would be a policy.
+void QVR_huginSpeaker::ApplyPotential(const Potential& potential) {
+  const int child = potential.handles[0];
+  const int count = potential.numbers.GetNumItems();
+  for (int i = 1; i < potential.handles.GetNumItems(); ++i) {
+    const int parent = potential.handles[i];
+    const int status = AddTableParent(network, parent, child, static_cast<std::size_t>(count));
+    ReportAt(potential.line, status,
+             "ERROR: Couldn't add arc from parent node (\"" + std::string(potential.nodes.Get(i)) + "\")");
   }
-  const int type = network.NodeAt(handle)->GetType();
-  if (type == kTypeList) {
-    return QVR_OKAY;
+  if (potential.dataLine == 0 && potential.modelLine > 0) {
+    ReportAt(potential.modelLine, QVR_SYNTAX_ERROR, "ERROR: 'model_data' : Unknown potential statement");
   }
-  const int count = numbers.GetNumItems();
-  const int status = type == kTypeTable
-                         ? static_cast<QVR_table&>(*network.NodeAt(handle)->definition).SetUtilities(numbers)
-                         : SetProbabilityRows(network, handle, std::move(numbers));
-  return Report(status, WrongCountMessage(network, handle, count));
+  if (potential.dataLine > 0 && network.NodeAt(child)->GetType() != kTypeList) {
+    const int status = SetTable(network, child, potential.numbers.View());
+    ReportAt(potential.dataLine, status, WrongCountMessage(network, child, count));
+  }
 }
 
 }  // namespace qvr

@@ -28,6 +28,16 @@ class QVR_huginSpeaker : public QVR_fileFormat {
   int WriteBlockEnd() override { return CloseBlock("}"); }
 
  private:
+  // Applied at its end: only the numbers tell whether a large table is meant.
+  struct Potential {
+    int line = 0;
+    QVR_stringArray nodes;  // the child, then its parents
+    QVR_intArray handles;
+    int dataLine = 0;  // 0 without data
+    QVR_doubleArray numbers;
+    int modelLine = 0;  // of a table that is only described
+  };
+
   int ReadStart();
   int ReadNetStatement();
   int ReadNodeSize();
@@ -40,9 +50,8 @@ class QVR_huginSpeaker : public QVR_fileFormat {
   int ReadStates(int handle);
   int ReadPotential();
   int ReadPotentialHead(QVR_stringArray& nodes);
-  int AddArcs(const QVR_stringArray& nodes, int& child);
-  int ReadPotentialField(int handle);
-  int ReadData(int handle);
+  int ReadPotentialField(Potential& potential);
+  void ApplyPotential(const Potential& potential);
 
   [[nodiscard]] bool CanWrite(const QVR_intArray& handles);
   void WriteNetBlock();
@@ -56,7 +65,6 @@ class QVR_huginSpeaker : public QVR_fileFormat {
   int nodeType = 0;                    // of the node being read
   bool isClass = false;                // the file's statements stand within "class"
   bool hasName = false;                // of the network, which outranks its label
-  bool hasData = false;                // of the potential being read
 };
 
 }  // namespace qvr

@@ -214,13 +214,10 @@ std::optional<int> QVR_microsoftSpeaker::ReadStateCount() {
 // Up to and behind the "}", also behind what is no name.
 int QVR_microsoftSpeaker::ReadStateNames(QVR_stringArray& states) {
   int status = QVR_OKAY;
+  std::string name;
   while (status == QVR_OKAY && !AtBlockEnd()) {
-    const bool isName = NextIsString() == 1 || NextIsIdentifier() == 1 || NextIsNumber() == 1;
-    status = isName ? Peek() : Expect(kTokenString, nullptr);
-    if (status == QVR_OKAY) {
-      status = states.Add(std::string(token.text).c_str());
-      Consume();
-    }
+    status = ReadWord(name);
+    status = status < 0 ? status : states.Add(name.c_str());
   }
   if (status < 0) {
     SkipToBlockEnd();

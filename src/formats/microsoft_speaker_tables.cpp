@@ -95,9 +95,7 @@ int QVR_microsoftSpeaker::ReadRow(Block& block) {
 int QVR_microsoftSpeaker::ReadLabels(Row& row) {
   Consume();
   while (NextIsInteger() == 1 || NextIsIdentifier() == 1 || NextIsString() == 1) {
-    Peek();
-    row.labels.emplace_back(token.text);
-    Consume();
+    ReadWord(row.labels.emplace_back());
   }
   return Expect(kTokenPunctuator, ")");
 }
@@ -151,9 +149,7 @@ void QVR_microsoftSpeaker::FillTable(const Block& block) {
     const Row& row = block.rows[i];
     lineOfReport = row.line;
     if (row.numbers.GetNumItems() != width) {
-      Report(QVR_OUT_OF_RANGE, "ERROR: Node [" + node.GetId() + "] was expecting " + std::to_string(width) +
-                                   " numbers but " + std::to_string(row.numbers.GetNumItems()) +
-                                   " were read");
+      Report(QVR_OUT_OF_RANGE, WrongCountMessage(node.GetId(), width, row.numbers.GetNumItems()));
     } else if (row.isDefault) {
       defaultRow = &row;
     } else if (isOrdered && i >= placed.size()) {

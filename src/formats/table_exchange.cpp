@@ -47,10 +47,14 @@ int SetProbabilityRows(QVR_network& network, int handle, QVR_doubleArray numbers
   return definition->SetProbabilities(numbers);
 }
 
+std::string WrongCountMessage(const std::string& id, int expected, int count) {
+  return "ERROR: Node [" + id + "] was expecting " + std::to_string(expected) + " numbers but " +
+         std::to_string(count) + " were read";
+}
+
 std::string WrongCountMessage(const QVR_network& network, int handle, int count) {
   const QVR_node& node = *network.NodeAt(handle);
-  return "ERROR: Node [" + node.GetId() + "] was expecting " + std::to_string(node.definition->GetSize()) +
-         " numbers but " + std::to_string(count) + " were read";
+  return WrongCountMessage(node.GetId(), node.definition->GetSize(), count);
 }
 
 int SetOutcomeNames(QVR_network& network, int handle, const QVR_stringArray& names) {

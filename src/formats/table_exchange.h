@@ -20,7 +20,8 @@ inline constexpr int kMaxStatedOutcomes = 10'000;
 // by its sum, a row of zeros becomes uniform, and one with a negative number stays and makes the node
 // inconsistent. -2 for another length, -51 for a node of another type.
 int SetProbabilityRows(QVR_network& network, int handle, QVR_doubleArray numbers);
-// What is said of numbers that are too few or too many.
+// What is said of numbers that are too few or too many, for the whole table if no other number is expected.
+[[nodiscard]] std::string WrongCountMessage(const std::string& id, int expected, int count);
 [[nodiscard]] std::string WrongCountMessage(const QVR_network& network, int handle, int count);
 // Outcomes and names of a node without children, repaired as the definition does it; for fewer than two
 // names only their number counts.
