@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "formats/foreign_network.h"
 #include "formats/table_exchange.h"
 #include "formats/written_names.h"
 #include "model/error_log.h"
@@ -57,7 +58,7 @@ int QVR_ergoSpeaker::ReadHeader(const char* fileName) {
   std::error_code noSize;
   const auto fileSize = std::filesystem::file_size(fileName, noSize);
   // Each node takes at least two numbers.
-  if (count < 0 || (count > 0 && !noSize && static_cast<std::uintmax_t>(count) >= fileSize / 2)) {
+  if (count < 0 || (count > 0 && !noSize && 2 * static_cast<std::uintmax_t>(count) >= fileSize)) {
     return Report(QVR_OUT_OF_RANGE, "ERROR: (\"" + std::to_string(count) + "\") : Invalid number of nodes");
   }
   for (int i = 0; i < count; ++i) {
@@ -344,7 +345,9 @@ void QVR_ergoSpeaker::BuildArcs(int base) {
       const long long index = static_cast<long long>(parent) - base;
       const bool isNode = index >= 0 && index < static_cast<long long>(nodes.size());
       const int handle = isNode ? nodeHandles[static_cast<std::size_t>(index)] : QVR_OUT_OF_RANGE;
-      if (const int status = network.AddArc(handle, nodeHandles[i], kOrdinaryLayer); status < 0) {
+      const auto entries = static_cast<std::size_t>(nodes[i].table.GetNumItems());
+      const int status = isNode ? AddTableParent(network, handle, nodeHandles[i], entries) : QVR_OUT_OF_RANGE;
+      if (status < 0) {
         Report(status, "ERROR: Couldn't Add Arc From Parent Node (\"" +
                            (isNode ? network.NodeAt(handle)->GetId() : std::to_string(parent)) + "\")");
       }

@@ -6,6 +6,7 @@
 #include "definitions/equation.h"
 #include "definitions/truth_table.h"
 #include "definitions/utility_table.h"
+#include "formats/foreign_network.h"
 #include "formats/netica_equation.h"
 #include "formats/netica_speaker.h"
 #include "formats/table_exchange.h"
@@ -14,9 +15,10 @@
 
 namespace qvr {
 
-int QVR_neticaSpeaker::ApplyNode(NeticaNode& node) {
+void QVR_neticaSpeaker::ApplyNode(NeticaNode& node) {
   if (const int status = MakeNode(node); status < 0) {
-    return Report(status, "ERROR: Couldn't Create Node (\"" + node.name + "\")");
+    Report(status, "ERROR: Couldn't Create Node (\"" + node.name + "\")");
+    return;
   }
   QVR_nodeInfo& info = *network.NodeAt(node.handle)->info;
   info.header.SetName(node.title.c_str());
@@ -35,7 +37,6 @@ int QVR_neticaSpeaker::ApplyNode(NeticaNode& node) {
   if (!network.NodeAt(node.handle)->IsReady()) {
     names.DeleteNode(node.name);
   }
-  return QVR_OKAY;
 }
 
 // A continuous node without a table may be an equation; if that is refused it has the outcomes that it
@@ -120,7 +121,8 @@ void QVR_neticaSpeaker::SetLevels(const NeticaNode& node) {
 
 void QVR_neticaSpeaker::AddParents(const NeticaNode& node) {
   for (const std::string& parent : node.parents) {
-    const int status = network.AddArc(names.Find(parent), node.handle, kOrdinaryLayer);
+    const int handle = names.Find(parent);
+    const int status = handle < 0 ? handle : AddTableParent(network, handle, node.handle, node.CountCells());
     Report(status, "ERROR: Couldn't add arc from node [" + parent + "] to node [" + node.name + "]");
   }
 }
@@ -163,8 +165,10 @@ void QVR_neticaSpeaker::SetResultingStates(const NeticaNode& node) {
     }
     outcomes.Add(std::max(outcome, 0));
   }
-  const int status = network.NodeAt(node.handle)->definition->SetResultingStates(outcomes);
-  Report(status, WrongCountMessage(network, node.handle, outcomes.GetNumItems()));
+  QVR_node& made = *network.NodeAt(node.handle);
+  const int status = made.definition->SetResultingStates(outcomes);
+  const int expected = made.definition->GetSize() / made.GetNumberOfOutcomes();
+  Report(status, WrongCountMessage(made.GetId(), expected, outcomes.GetNumItems()));
 }
 
 }  // namespace qvr

@@ -2,6 +2,8 @@
 #ifndef QVR_FORMATS_NETICA_NODE_H
 #define QVR_FORMATS_NETICA_NODE_H
 
+#include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <vector>
@@ -49,6 +51,11 @@ struct NeticaNode {
   // The outcome that an entry of `functable` names, by its name, as "#" and an index, or as a number of the
   // interval. -2 if none.
   [[nodiscard]] int FindOutcome(const std::string& entry) const;
+  // As many cells as the block's numbers can stand for.
+  [[nodiscard]] std::size_t CountCells() const {
+    const auto outcomes = static_cast<std::size_t>(std::max(CountOutcomes(), 2));
+    return (probs.size() + functable.size()) * outcomes;
+  }
   // Fills open rows, and completes rows that lack their last entry. Empty if the count fits neither.
   [[nodiscard]] QVR_doubleArray CompleteTable(int rows, int outcomes) const;
 };

@@ -155,7 +155,10 @@ int QVR_neticaSpeaker::ReadNode(const char* unknownMessage) {
   }
   ReadStatements([&] { return ReadNodeStatement(node, unknownMessage); });
   ReadBlockEnd();
-  return node.isConstant ? QVR_OKAY : ApplyNode(node);
+  if (!node.isConstant) {
+    ApplyNode(node);
+  }
+  return QVR_OKAY;
 }
 
 int QVR_neticaSpeaker::ReadNodeStatement(NeticaNode& node, const char* unknownMessage) {
@@ -337,7 +340,7 @@ int QVR_neticaSpeaker::ReadEntries(std::vector<std::string>& out) {
   while (!AtBlockEnd() && NextIsPunctuator(";") == 0) {
     const std::string text(token.text);
     Consume();
-    if (text == "@" || text == "#" || text == "-" || text == "+") {
+    if (text == "@" || text == "#" || text == "-" || text == "+" || text == "_") {
       sign = text;
     } else if (text != "(" && text != ")" && text != ",") {
       out.push_back(sign + text);

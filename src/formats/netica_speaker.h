@@ -51,7 +51,7 @@ class QVR_neticaSpeaker : public QVR_fileFormat {
   int ReadNumbers(std::vector<double>& out);
   int ReadEntries(std::vector<std::string>& out);
 
-  int ApplyNode(NeticaNode& node);
+  void ApplyNode(NeticaNode& node);
   int MakeNode(NeticaNode& node);
   bool MakeEquation(NeticaNode& node);
   void SetLevels(const NeticaNode& node);
