@@ -3,6 +3,7 @@
 
 #include "definitions/cpt.h"
 #include "definitions/noisy_max.h"
+#include "formats/foreign_network.h"
 #include "formats/ki_speaker.h"
 #include "formats/table_exchange.h"
 #include "model/network.h"
@@ -15,10 +16,11 @@ constexpr int kAuxiliary = 2;
 
 }  // namespace
 
-int QVR_kiSpeaker::ApplyNode(int type, FileNode& node) {
+void QVR_kiSpeaker::ApplyNode(int type, const FileNode& node) {
   const int handle = names.AddNode(type, node.name);
   if (handle < 0) {
-    return Report(handle, "ERROR: Couldn't Create Node (\"" + node.name + "\")");
+    Report(handle, "ERROR: Couldn't Create Node (\"" + node.name + "\")");
+    return;
   }
   QVR_node& made = *network.NodeAt(handle);
   made.info->header.SetName(node.title.c_str());
@@ -35,7 +37,6 @@ int QVR_kiSpeaker::ApplyNode(int type, FileNode& node) {
   made.extra->mandatory = node.isMandatory ? 1 : 0;
   made.extra->ranked = node.isRanked ? 1 : 0;
   made.extra->question = node.question;
-  return QVR_OKAY;
 }
 
 void QVR_kiSpeaker::ApplyStates(const FileNode& node, int handle) {
@@ -64,26 +65,31 @@ void QVR_kiSpeaker::ApplyStates(const FileNode& node, int handle) {
   }
 }
 
-int QVR_kiSpeaker::ApplyDefinition(FileDefinition& definition) {
+void QVR_kiSpeaker::ApplyDefinition(const FileDefinition& definition) {
   const int handle = names.Find(definition.name);
   if (handle < 0) {
-    return Report(QVR_OUT_OF_RANGE, "ERROR: Couldn't Find Node (\"" + definition.name + "\")");
+    Report(QVR_OUT_OF_RANGE, "ERROR: Couldn't Find Node (\"" + definition.name + "\")");
+    return;
   }
+  const auto numberCount = static_cast<std::size_t>(definition.table.GetNumItems());
+  const bool hasTable = network.NodeAt(handle)->GetType() == kTypeCpt;
   for (const std::string& parent : definition.parents) {
     const int parentHandle = names.Find(parent);
     if (parentHandle < 0) {
       Report(QVR_OUT_OF_RANGE, "ERROR: Couldn't Find Node (\"" + parent + "\")");
     } else {
-      Report(network.AddArc(parentHandle, handle, kOrdinaryLayer),
-             "ERROR: Couldn't add arc from node [" + parent + "] to node [" + definition.name + "]");
+      const int status = hasTable ? AddTableParent(network, parentHandle, handle, numberCount)
+                                  : network.AddArc(parentHandle, handle, kOrdinaryLayer);
+      Report(status, "ERROR: Couldn't add arc from node [" + parent + "] to node [" + definition.name + "]");
     }
   }
-  return definition.hasTable ? Report(ApplyTable(definition, handle), "ERROR: Wrong number of Probabilities")
-                             : QVR_OKAY;
+  if (definition.hasTable) {
+    Report(ApplyTable(definition, handle), "ERROR: Wrong number of Probabilities");
+  }
 }
 
 // Of a canonical node the parameters, or those with the leak in them.
-int QVR_kiSpeaker::ApplyTable(FileDefinition& definition, int handle) {
+int QVR_kiSpeaker::ApplyTable(const FileDefinition& definition, int handle) {
   QVR_nodeDefinition& made = *network.NodeAt(handle)->definition;
   if (made.GetType() == kTypeCpt) {
     return static_cast<QVR_cpt&>(made).SetProbabilities(definition.table);

@@ -79,7 +79,7 @@ void ReplaceAll(std::string& text, std::string_view marker, const std::string& v
 }  // namespace
 
 int QVR_kiSpeaker::ReadFile(const char* fileName) {
-  if (IsBinaryFile(fileName)) {
+  if (fileName != nullptr && IsBinaryFile(fileName)) {
     return GetErrorLog().Log(QVR_SYNTAX_ERROR, "ERROR: Unable to parse file");
   }
   int status = StartReading(fileName, kLexerDefault);
@@ -159,8 +159,10 @@ std::vector<std::string> QVR_kiSpeaker::TakeValue() {
   Consume();
   TryExpect(kTokenPunctuator, "=");
   while (!AtBlockEnd() && NextIsPunctuator(";") == 0) {
-    value.emplace_back(token.text);
-    Consume();
+    if (std::string& word = value.emplace_back(); ReadIdentifier(word) < 0) {
+      word = token.text;
+      Consume();
+    }
   }
   return value;
 }
@@ -186,7 +188,8 @@ int QVR_kiSpeaker::ReadNode(int type) {
   }
   ReadStatements([&] { return ReadNodeStatement(node); });
   ReadBlockEnd();
-  return ApplyNode(type, node);
+  ApplyNode(type, node);
+  return QVR_OKAY;
 }
 
 int QVR_kiSpeaker::ReadNodeStatement(FileNode& node) {
@@ -352,7 +355,9 @@ int QVR_kiSpeaker::ReadDefinitionField(FileDefinition& definition) {
     return SkipBlock();
   }
   if (NextIsKeyword("PROB") == 1) {
-    return ReadTable(definition);
+    Consume();
+    definition.hasTable = true;
+    return ReadLooseNumbers(definition.table);
   }
   if (NextIsKeyword("parent") != 1) {
     return ReportUnknown("Unknown Node Definition Field");
@@ -360,24 +365,6 @@ int QVR_kiSpeaker::ReadDefinitionField(FileDefinition& definition) {
   for (std::string& text : TakeValue()) {
     if (text != "(" && text != ")" && text != ",") {
       definition.parents.push_back(std::move(text));
-    }
-  }
-  return QVR_OKAY;
-}
-
-// The numbers alone count.
-int QVR_kiSpeaker::ReadTable(FileDefinition& definition) {
-  definition.hasTable = true;
-  definition.table.CleanUp();
-  Consume();
-  while (!AtBlockEnd() && NextIsPunctuator(";") == 0) {
-    double number = 0;
-    if (NextIsNumber() != 1) {
-      Consume();
-    } else if (ReadNumber(number) < 0) {
-      return Expect(kTokenPunctuator, ";");
-    } else if (const int status = definition.table.Add(number); status < 0) {
-      return status;
     }
   }
   return QVR_OKAY;

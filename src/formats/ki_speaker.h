@@ -24,6 +24,8 @@ class QVR_kiSpeaker : public QVR_fileFormat {
   [[nodiscard]] int ReadFile(const char* fileName) override;
   [[nodiscard]] int WriteFile(const char* fileName) override;
 
+  int SkipSection() override { return SkipBracedSection(); }
+
  private:
   struct State {
     std::string name;
@@ -63,15 +65,14 @@ class QVR_kiSpeaker : public QVR_fileFormat {
   int ReadDefinitions();
   int ReadDefinition();
   int ReadDefinitionField(FileDefinition& definition);
-  int ReadTable(FileDefinition& definition);
   // The tokens of a field's value, up to its ";".
   std::vector<std::string> TakeValue();
   std::string TakeText();
 
-  int ApplyNode(int type, FileNode& node);
+  void ApplyNode(int type, const FileNode& node);
   void ApplyStates(const FileNode& node, int handle);
-  int ApplyDefinition(FileDefinition& definition);
-  int ApplyTable(FileDefinition& definition, int handle);
+  void ApplyDefinition(const FileDefinition& definition);
+  int ApplyTable(const FileDefinition& definition, int handle);
 
   WrittenNames names;
   std::set<std::string> faultLabels;

@@ -132,23 +132,26 @@ TEST_F(TextReaders, HuginGoesOnBehindFaults) {
       Load(kFormatHugin,
            "net { odd = 1; node_size = (1); HR_X = \"};\"; name = \"n\"; label = \"l\"; }\n"
            "node A { states = (\"a 0\" b 2); position = (1.5 -3 4); label = \"}\"; other = (1 2); }\n"
-           "continuous node X { }\nfunction F { a = 1; }\nnode A { }\nnode _B { states = (\"x\" \"y\"); }\n"
+           "continuous node X { }\nfunction F { a = 1; }\nnode A { }\nnode _B { states = (_x \"y\"); }\n"
            "utility U { }\n decision D { states = (\"go\" \"stay\"); }\n"
            "potential (A | ) { data = (1 2 1); experience = (1); }\n"
            "potential (_B | A) { data = (1 2 3); odd = 4; }\n"
-           "potential (X | A) { data = normal(0, 1); }\npotential (A Z) { }\npotential (A | Z) { data = (9 "
+           "potential (D) { model_data = (1); }\npotential (X | A) { data = normal(0, 1); }\npotential (A Z) "
+           "{ }\npotential (A | Z) { data = (9 "
            "9); }\n"
            "potential (A | _B) { }\npotential (U | D _B) { data = ((0 -5)(1 2)); }\npotential (D | A) { }"),
       0);
   ExpectMessages({"(line 1) : ERROR: 'odd' : Unknown Net Statement", "ERROR: Wrong node size",
                   "(line 2) : ERROR: Wrong position coordinates",
                   "ERROR: : Continuous nodes not supported (yet)", "ERROR: 'function' : Unknown Node Type",
-                  "ERROR: Couldn't Create Node (\"A\")",
-                  "ERROR: Node [x_B] was expecting 6 numbers but 3 were read",
-                  "ERROR: 'odd' : Unknown potential statement", "ERROR: Undirected arcs not (yet) supported",
-                  "ERROR: Node (\"Z\") not found", "ERROR: Couldn't add arc from parent node (\"_B\")"});
+                  "ERROR: Couldn't Create Node (\"A\")", "ERROR: 'odd' : Unknown potential statement",
+                  "(line 10) : ERROR: Node [x_B] was expecting 6 numbers but 3 were read",
+                  "ERROR: 'model_data' : Unknown potential statement",
+                  "ERROR: Undirected arcs not (yet) supported", "ERROR: Node (\"Z\") not found",
+                  "ERROR: Couldn't add arc from parent node (\"_B\")"});
   EXPECT_EQ(NumbersOf(network, Find("A")), (Cells{0.25, 0.5, 0.25}));
   EXPECT_EQ(NumbersOf(network, Find("U")), (Cells{0, -5, 1, 2}));
+  EXPECT_EQ(network.NodeAt(Find("x_B"))->GetNumberOfOutcomes(), 2);
   EXPECT_EQ(ListOf(network.GetParents(Find("x_B"))), std::vector<int>{Find("A")});
   EXPECT_EQ(ListOf(network.GetParents(Find("D"))), std::vector<int>{Find("A")});
   EXPECT_EQ(network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header.GetName(), "n");
@@ -165,7 +168,8 @@ TEST_F(TextReaders, KiReadsNodesThenDefinitions) {
            "standard A { NAME = \"is &node\"; CLASSTYPE = \"mandatory observable\"; odd = 1; type = discrete "
            "(3);\n"
            "  fault bad { NAME = \"&state A\"; odd = 2; } standard \"o k\" { DEFINITION = \"fine\"; }; }\n"
-           "standard B { fault bad { NAME = \"bad A\"; } standard ok { } }\nci C { OBSERVABLE = FALSE; }\n"
+           "odd A { cost = 1; }\nstandard A { }\nstandard B { fault bad { NAME = \"bad A\"; } standard ok { "
+           "} }\nci C { OBSERVABLE = FALSE; }\n"
            "network { standard A { PROB = (0.25, 0.75); } standard B { parent = A; PROB = (.1 .9 0); odd = "
            "1; };\n"
            "  ci C { parent = (A, Z); PROB = (.3 .7 0 1 .5 .5); } odd D { }; standard E { } }"),
@@ -173,7 +177,8 @@ TEST_F(TextReaders, KiReadsNodesThenDefinitions) {
   ExpectMessages({"(line 2) : ERROR: 'odd' : Unknown Node Statement",
                   "(line 3) : ERROR: 'odd' : Unknown Node Field",
                   "(line 4) : ERROR: 'odd' : Unknown State Field", "ERROR: 'o k' : Invalid state name",
-                  "Wrong number of outcomes", "ERROR: 'bad A' : Fault label is not unique.",
+                  "Wrong number of outcomes", "ERROR: 'odd' : Unknown Node Statement",
+                  "ERROR: Couldn't Create Node (\"A\")", "ERROR: 'bad A' : Fault label is not unique.",
                   "ERROR: Couldn't guess [\"C\"] diagnosys type: 'auxiliary' assumed",
                   "ERROR: 'odd' : Unknown Node Definition Field", "ERROR: Wrong number of Probabilities",
                   "ERROR: Couldn't Find Node (\"Z\")", "ERROR: 'odd' : Unknown Node Definition Statement",
