@@ -330,8 +330,7 @@ int QVR_ergoSpeaker::BuildNodes() {
     if (node.labels.GetNumItems() > 0) {
       made.definition->RenameOutcomes(node.labels);
     }
-    made.info->screen.position.centerX = node.centerX;
-    made.info->screen.position.centerY = node.centerY;
+    SetNodeCentre(network, handle, node.centerX, node.centerY);
   }
   return QVR_OKAY;
 }

@@ -65,6 +65,19 @@ std::optional<int> ToCoordinate(double number) {
   return static_cast<int>(rounded);
 }
 
+bool ToCoordinates(const QVR_doubleArray& numbers, int& first, int& second) {
+  if (numbers.GetNumItems() != 2) {
+    return false;
+  }
+  const std::optional<int> x = ToCoordinate(numbers[0]);
+  const std::optional<int> y = ToCoordinate(numbers[1]);
+  if (x && y) {
+    first = *x;
+    second = *y;
+  }
+  return x && y;
+}
+
 void SetNodeCentre(QVR_network& network, int handle, int x, int y) {
   QVR_rectangle& position = network.NodeAt(handle)->info->screen.position;
   position.centerX = x;

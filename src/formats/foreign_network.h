@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "model/number_array.h"
+
 namespace qvr {
 
 class QVR_network;
@@ -24,6 +26,8 @@ int AddTableParent(QVR_network& network, int parent, int child, std::size_t numb
 int SetTable(QVR_network& network, int handle, std::span<const double> numbers);
 // Screen coordinates, rounded. Nothing for what is no coordinate.
 [[nodiscard]] std::optional<int> ToCoordinate(double number);
+// The same for a list of two. False, with neither set, for any other.
+bool ToCoordinates(const QVR_doubleArray& numbers, int& first, int& second);
 void SetNodeCentre(QVR_network& network, int handle, int x, int y);
 // Whether there's anything to write of what observing the node costs.
 [[nodiscard]] bool HasCost(const QVR_network& network, int handle);

@@ -1,8 +1,6 @@
 // Reading Hugin's net format.
 #include "formats/hugin_speaker.h"
 
-#include <cmath>
-
 #include "formats/foreign_network.h"
 #include "formats/latin1.h"
 #include "formats/table_exchange.h"
@@ -11,8 +9,6 @@
 
 namespace qvr {
 namespace {
-
-constexpr double kMaxCoordinate = 1e9;
 
 struct Kind {
   const char* word;
@@ -26,8 +22,6 @@ constexpr const char* kSilentFields[] = {"experience", "fading", "model_nodes", 
 
 // Settings of the tool itself.
 bool IsToolKey(std::string_view key) { return key.starts_with("HR_") || key.starts_with("HRUNTIME_"); }
-
-bool IsCoordinate(double x) { return std::abs(x) <= kMaxCoordinate; }
 
 }  // namespace
 
@@ -90,13 +84,10 @@ int QVR_huginSpeaker::ReadNodeSize() {
   if (status == QVR_OKAY) {
     status = ReadDoubleList(size);
   }
-  if (status < 0 || size.GetNumItems() != 2 || !IsCoordinate(size[0]) || !IsCoordinate(size[1])) {
-    return Report(QVR_OUT_OF_RANGE, "ERROR: Wrong node size");
-  }
   QVR_rectangle& position = network.GetSubmodels().nodeDefaults.position;
-  position.width = static_cast<int>(size[0]);
-  position.height = static_cast<int>(size[1]);
-  return QVR_OKAY;
+  return status == QVR_OKAY && ToCoordinates(size, position.width, position.height)
+             ? QVR_OKAY
+             : Report(QVR_OUT_OF_RANGE, "ERROR: Wrong node size");
 }
 
 int QVR_huginSpeaker::ReadNetName(bool isName) {
@@ -212,13 +203,10 @@ int QVR_huginSpeaker::ReadPosition(int handle) {
   if (status == QVR_OKAY) {
     status = ReadDoubleList(place);
   }
-  if (status < 0 || place.GetNumItems() != 2 || !IsCoordinate(place[0]) || !IsCoordinate(place[1])) {
-    return Report(QVR_OUT_OF_RANGE, "ERROR: Wrong position coordinates");
-  }
   QVR_rectangle& position = network.NodeAt(handle)->info->screen.position;
-  position.centerX = static_cast<int>(place[0]);
-  position.centerY = static_cast<int>(place[1]);
-  return QVR_OKAY;
+  return status == QVR_OKAY && ToCoordinates(place, position.centerX, position.centerY)
+             ? QVR_OKAY
+             : Report(QVR_OUT_OF_RANGE, "ERROR: Wrong position coordinates");
 }
 
 // Strings, words and numbers alike.

@@ -23,11 +23,10 @@ void QVR_neticaSpeaker::ApplyNode(NeticaNode& node) {
   QVR_nodeInfo& info = *network.NodeAt(node.handle)->info;
   info.header.SetName(node.title.c_str());
   info.header.SetComment(node.comment.c_str());
-  info.screen.position.centerX = static_cast<int>(node.centerX);
-  info.screen.position.centerY = static_cast<int>(node.centerY);
+  SetNodeCentre(network, node.handle, node.centerX, node.centerY);
   if (node.width > 0 && node.height > 0) {
-    info.screen.position.width = static_cast<int>(node.width);
-    info.screen.position.height = static_cast<int>(node.height);
+    info.screen.position.width = node.width;
+    info.screen.position.height = node.height;
   }
   if (network.NodeAt(node.handle)->GetType() != kTypeEquation) {
     AddParents(node);

@@ -33,10 +33,10 @@ struct NeticaNode {
   std::vector<double> probs;
   bool hasFunctable = false;
   std::vector<std::string> functable;  // tokens
-  double centerX = 0;
-  double centerY = 0;
-  double width = 0;
-  double height = 0;
+  int centerX = 0;
+  int centerY = 0;
+  int width = 0;
+  int height = 0;
 
   // The type code of all that was stated; 2 or 4 for a continuous node.
   [[nodiscard]] int GetKind() const;

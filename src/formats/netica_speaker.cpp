@@ -1,9 +1,9 @@
 // Reading Netica's text format.
 #include "formats/netica_speaker.h"
 
-#include <cmath>
 #include <limits>
 
+#include "formats/foreign_network.h"
 #include "formats/latin1.h"
 #include "formats/table_exchange.h"
 #include "model/identifier.h"
@@ -14,7 +14,6 @@ namespace qvr {
 namespace {
 
 constexpr int kKindNature = 18;
-constexpr double kMaxCoordinate = 1e9;
 
 // Fields that hold nothing for us.
 constexpr const char* kSilentNetFields[] = {"autoupdate", "AutoCompile", "ElimOrder", "NodeSet",
@@ -288,20 +287,15 @@ int QVR_neticaSpeaker::ReadVisualNodeStatement(NeticaNode& node) {
   return ReportUnknown("Unknown Visual Node Statement");
 }
 
-int QVR_neticaSpeaker::ReadPair(double& first, double& second, const char* message) {
+int QVR_neticaSpeaker::ReadPair(int& first, int& second, const char* message) {
   QVR_doubleArray pair;
   Consume();
   int status = Expect(kTokenPunctuator, "=");
   if (status == QVR_OKAY) {
     status = ReadDoubleList(pair);
   }
-  if (status < 0 || pair.GetNumItems() != 2 || !(std::abs(pair[0]) <= kMaxCoordinate) ||
-      !(std::abs(pair[1]) <= kMaxCoordinate)) {
-    return Report(QVR_OUT_OF_RANGE, message);
-  }
-  first = pair[0];
-  second = pair[1];
-  return QVR_OKAY;
+  return status == QVR_OKAY && ToCoordinates(pair, first, second) ? QVR_OKAY
+                                                                  : Report(QVR_OUT_OF_RANGE, message);
 }
 
 // All numbers up to the ";": parentheses and commas tell nothing that their count doesn't.

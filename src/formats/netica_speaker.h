@@ -47,7 +47,7 @@ class QVR_neticaSpeaker : public QVR_fileFormat {
   int ReadChance(NeticaNode& node);
   int ReadStateCount(NeticaNode& node);
   int ReadVisualNodeStatement(NeticaNode& node);
-  int ReadPair(double& first, double& second, const char* message);
+  int ReadPair(int& first, int& second, const char* message);
   int ReadNumbers(std::vector<double>& out);
   int ReadEntries(std::vector<std::string>& out);
 
@@ -66,6 +66,7 @@ class QVR_neticaSpeaker : public QVR_fileFormat {
   void WriteTable(const QVR_node& node);
 
   WrittenNames names;
+  std::vector<std::string> writtenIds;  // by handle, while writing
 };
 
 }  // namespace qvr
