@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "formats/ergo_speaker.h"
+#include "formats/foreign_network.h"
 #include "formats/table_exchange.h"
 #include "model/error_log.h"
 #include "model/network.h"
@@ -57,9 +58,9 @@ void QVR_ergoSpeaker::WriteHeader(const QVR_intArray& handles) {
 // A name has a line of its own, however long it is.
 void QVR_ergoSpeaker::WriteNames(const QVR_intArray& handles) {
   Write("\n/*\tNames\t*/\n");
+  const std::vector<std::string> writtenIds = MakeWrittenIds(network);
   for (int handle : handles) {
-    const std::string& id = network.NodeAt(handle)->GetId();
-    textFile.WriteRaw((id.empty() ? "_Unnamed_Node_" : id) + "\n", kWritePlain);
+    textFile.WriteRaw(writtenIds[static_cast<std::size_t>(handle)] + "\n", kWritePlain);
   }
   Write("\n/*\tLabels\t*/\n");
   for (int handle : handles) {

@@ -4,6 +4,7 @@
 
 #include <set>
 #include <string>
+#include <vector>
 
 #include "formats/file_format.h"
 #include "formats/written_names.h"
@@ -58,13 +59,16 @@ class QVR_huginSpeaker : public QVR_fileFormat {
   void WriteNode(const QVR_node& node);
   void WritePotential(int handle);
   void WriteData(int handle);
-  [[nodiscard]] std::string NameOf(int handle) const;
+  [[nodiscard]] const std::string& NameOf(int handle) const {
+    return writtenIds[static_cast<std::size_t>(handle)];
+  }
 
   WrittenNames names;
-  std::set<std::string> skippedNodes;  // continuous ones, which aren't made
-  int nodeType = 0;                    // of the node being read
-  bool isClass = false;                // the file's statements stand within "class"
-  bool hasName = false;                // of the network, which outranks its label
+  std::vector<std::string> writtenIds;  // by handle, while writing
+  std::set<std::string> skippedNodes;   // continuous ones, which aren't made
+  int nodeType = 0;                     // of the node being read
+  bool isClass = false;                 // the file's statements stand within "class"
+  bool hasName = false;                 // of the network, which outranks its label
 };
 
 }  // namespace qvr

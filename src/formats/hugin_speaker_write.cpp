@@ -1,6 +1,7 @@
 // Writing Hugin's net format.
 #include <vector>
 
+#include "formats/foreign_network.h"
 #include "formats/hugin_speaker.h"
 #include "formats/table_exchange.h"
 #include "model/error_log.h"
@@ -20,6 +21,7 @@ QVR_intArray Pair(int x, int y) { return {x, y}; }
 int QVR_huginSpeaker::WriteFile(const char* fileName) {
   QVR_intArray handles;
   network.GetAllNodes(handles);
+  writtenIds = MakeWrittenIds(network);
   if (!CanWrite(handles)) {
     return GetErrorLog().Log(QVR_OUT_OF_RANGE, "ERROR: This Network cannot be saved in Hugin format");
   }
@@ -110,11 +112,6 @@ void QVR_huginSpeaker::WriteData(int handle) {
     }
     Write(text);
   }
-}
-
-std::string QVR_huginSpeaker::NameOf(int handle) const {
-  const std::string& id = network.NodeAt(handle)->GetId();
-  return id.empty() ? "_Unnamed_Node_" : id;
 }
 
 }  // namespace qvr

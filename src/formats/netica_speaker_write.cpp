@@ -1,5 +1,6 @@
 // Writing Netica's text format.
 #include "definitions/truth_table.h"
+#include "formats/foreign_network.h"
 #include "formats/netica_speaker.h"
 #include "formats/table_exchange.h"
 #include "model/error_log.h"
@@ -17,8 +18,6 @@ void AppendByte(unsigned byte, std::string& out) {
 }
 
 bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F'); }
-
-std::string NameOf(const std::string& id, const char* unnamed) { return id.empty() ? unnamed : id; }
 
 }  // namespace
 
@@ -58,8 +57,9 @@ int QVR_neticaSpeaker::WriteFile(const char* fileName) {
     return status;
   }
   const QVR_header& header = network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header;
+  writtenIds = MakeWrittenIds(network);
   Write("// ~->[DNET-1]->~\n\n");
-  WriteBlockHeader(("bnet " + NameOf(header.GetId(), "_Unnamed_Network_")).c_str());
+  WriteBlockHeader(("bnet " + MakeWrittenId(header.GetId(), "_Unnamed_Network_")).c_str());
   WriteTexts(header);
   if (!network.creation.creator.empty()) {
     WriteQuotedField("author", network.creation.creator.c_str());
@@ -94,12 +94,12 @@ void QVR_neticaSpeaker::WriteTexts(const QVR_header& header) {
 
 void QVR_neticaSpeaker::WriteNode(const QVR_node& node) {
   Write("\n");
-  WriteBlockHeader(("node " + NameOf(node.GetId(), "_Unnamed_Node_")).c_str());
+  WriteBlockHeader(("node " + writtenIds[static_cast<std::size_t>(node.handle)]).c_str());
   WriteKind(node);
   WriteTexts(node.info->header);
   QVR_stringArray parents;
   for (int parent : network.GetParents(node.handle)) {
-    parents.Add(NameOf(network.NodeAt(parent)->GetId(), "UnknownParent").c_str());
+    parents.Add(writtenIds[static_cast<std::size_t>(parent)].c_str());
   }
   WriteIdentifierListField("parents", parents, 0);
   if (const QVR_stringArray* outcomes = node.definition->GetOutcomeNames(); outcomes != nullptr) {

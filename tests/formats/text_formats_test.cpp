@@ -221,6 +221,21 @@ TEST_P(TextFormats, KeepNamesAndTakeAnyLineEnds) {
   }
 }
 
+// The engine's own names are free of the rules for identifiers, and of those of every format.
+TEST_P(TextFormats, KeepAuxiliaryNodes) {
+  QVR_network network;
+  for (const char* id : {"@a\nb {", "@a b {", "x_a_b"}) {
+    const int node = AddChance(network, id, 2, {}, {0.25, 0.75});
+    ASSERT_TRUE(node == 0 || network.AddArc(0, node, kOrdinaryLayer) == 0);
+  }
+  ASSERT_EQ(network.SaveFile(PathOf("a").c_str(), 0, nullptr), 0) << JoinedLog();
+  QVR_network loaded;
+  ASSERT_EQ(loaded.LoadFile(PathOf("a").c_str(), 0, nullptr), 0);
+  EXPECT_EQ(JoinedLog(), "");
+  ASSERT_EQ(loaded.GetNumberOfNodes(), 3);
+  EXPECT_EQ(loaded.GetNumberOfParents(2), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, TextFormats, ::testing::ValuesIn(kFormats),
                          [](const auto& one) { return std::string(one.param.extension + 1); });
 
