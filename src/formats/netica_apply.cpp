@@ -156,13 +156,13 @@ void QVR_neticaSpeaker::SetTable(const NeticaNode& node) {
 }
 
 void QVR_neticaSpeaker::SetResultingStates(const NeticaNode& node) {
+  const std::vector<int> found = node.FindOutcomes();
   QVR_intArray outcomes;
-  for (const std::string& entry : node.functable) {
-    const int outcome = node.FindOutcome(entry);
-    if (outcome < 0 && !entry.starts_with('@')) {
-      Report(QVR_OUT_OF_RANGE, "ERROR: '" + entry + "' : Invalid state");
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    if (found[i] < 0 && !node.functable[i].starts_with('@')) {
+      Report(QVR_OUT_OF_RANGE, "ERROR: '" + node.functable[i] + "' : Invalid state");
     }
-    outcomes.Add(std::max(outcome, 0));
+    outcomes.Add(std::max(found[i], 0));
   }
   QVR_node& made = *network.NodeAt(node.handle);
   const int status = made.definition->SetResultingStates(outcomes);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <unordered_map>
 
 #include "definitions/node_definition.h"
 #include "model/special_numbers.h"
@@ -65,11 +66,24 @@ std::vector<double> NeticaNode::FiniteLevels() const {
   return finite;
 }
 
-int NeticaNode::FindOutcome(const std::string& entry) const {
-  const auto state = std::find(states.begin(), states.end(), entry);
-  if (state != states.end()) {
-    return static_cast<int>(state - states.begin());
+std::vector<int> NeticaNode::FindOutcomes() const {
+  std::unordered_map<std::string, int> known;
+  for (std::size_t i = 0; i < states.size(); ++i) {
+    known.try_emplace(states[i], static_cast<int>(i));
   }
+  std::vector<int> outcomes;
+  outcomes.reserve(functable.size());
+  for (const std::string& entry : functable) {
+    auto found = known.find(entry);
+    if (found == known.end()) {
+      found = known.emplace(entry, FindOutcomeOfNumber(entry)).first;
+    }
+    outcomes.push_back(found->second);
+  }
+  return outcomes;
+}
+
+int NeticaNode::FindOutcomeOfNumber(const std::string& entry) const {
   const bool isIndex = entry.starts_with('#');
   double number = 0;
   if (entry.empty() || TextToDouble(entry.c_str() + (isIndex ? 1 : 0), number) < 0 ||

@@ -48,9 +48,9 @@ struct NeticaNode {
   // Levels in ascending order with finite ends: an infinite one lies beyond its neighbour as far as that from
   // the next, or 1.0.
   [[nodiscard]] std::vector<double> FiniteLevels() const;
-  // The outcome that an entry of `functable` names, by its name, as "#" and an index, or as a number of the
+  // The outcome that each entry of `functable` names, by its name, as "#" and an index, or as a number of the
   // interval. -2 if none.
-  [[nodiscard]] int FindOutcome(const std::string& entry) const;
+  [[nodiscard]] std::vector<int> FindOutcomes() const;
   // As many cells as the block's numbers can stand for.
   [[nodiscard]] std::size_t CountCells() const {
     const auto outcomes = static_cast<std::size_t>(std::max(CountOutcomes(), 2));
@@ -58,6 +58,9 @@ struct NeticaNode {
   }
   // Fills open rows, and completes rows that lack their last entry. Empty if the count fits neither.
   [[nodiscard]] QVR_doubleArray CompleteTable(int rows, int outcomes) const;
+
+ private:
+  [[nodiscard]] int FindOutcomeOfNumber(const std::string& entry) const;
 };
 
 }  // namespace qvr
