@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "formats/ascii_case.h"
 #include "formats/foreign_network.h"
 #include "formats/table_exchange.h"
 #include "formats/written_names.h"
@@ -135,9 +136,7 @@ std::string QVR_ergoSpeaker::ReadMark() {
 }
 
 int QVR_ergoSpeaker::ReadSection(const std::string& word) {
-  std::string known = word;
-  std::transform(known.begin(), known.end(), known.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  const std::string known = ToLowerAscii(word);
   if (known == "probabilities") {
     return ReadTables();
   }

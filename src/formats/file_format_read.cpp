@@ -1,6 +1,7 @@
 // Token readers of the speakers. Nothing here recurses on what stands in the file.
 #include <limits>
 
+#include "formats/ascii_case.h"
 #include "formats/file_format.h"
 #include "formats/number_token.h"
 #include "model/error_log.h"
@@ -37,20 +38,6 @@ std::string DescribeExpected(int type, const char* text) {
   }
 }
 
-char ToLowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool EqualTexts(std::string_view a, std::string_view b, bool caseSensitive) {
-  if (caseSensitive || a.size() != b.size()) {
-    return a == b;
-  }
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (ToLowerAscii(a[i]) != ToLowerAscii(b[i])) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 int QVR_fileFormat::StartReading(const char* fileName, int lexerTable) {
@@ -65,7 +52,7 @@ int QVR_fileFormat::Peek() {
 }
 
 bool QVR_fileFormat::PeekIs(std::string_view text) const {
-  return EqualTexts(token.text, text, caseSensitive);
+  return caseSensitive ? token.text == text : EqualIgnoringCase(token.text, text);
 }
 
 int QVR_fileFormat::Report(int code, const std::string& message) {

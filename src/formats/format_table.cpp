@@ -1,8 +1,8 @@
 #include "formats/format_table.h"
 
-#include <algorithm>
 #include <string_view>
 
+#include "formats/ascii_case.h"
 #include "formats/ergo_speaker.h"
 #include "formats/hugin_speaker.h"
 #include "formats/ki_speaker.h"
@@ -27,13 +27,6 @@ constexpr Row kRows[] = {
     {"qvr", kFormatText}, {"net", kFormatHugin},  {"xml03", kFormatXmlBif},
     {"dxp", kFormatKi},   {"xqvr", kFormatXml},   {"qqvr", kFormatXml},
 };
-
-char ToLowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return ToLowerAscii(x) == ToLowerAscii(y); });
-}
 
 }  // namespace
 

@@ -1,10 +1,10 @@
 // Reading the KI format.
 #include "formats/ki_speaker.h"
 
-#include <algorithm>
 #include <fstream>
 #include <utility>
 
+#include "formats/ascii_case.h"
 #include "formats/latin1.h"
 #include "formats/qvr_speaker.h"
 #include "formats/table_exchange.h"
@@ -47,12 +47,6 @@ constexpr const char* kSilentStateFields[] = {"APPNAME",  "ABBREVIATION", "LONGN
                                               "CATEGORY", "GROUP",        nullptr};
 constexpr const char* kSilentDefinitionFields[] = {"PARTITIONS", "FUNCTION", "predIndex", "predAbsentStates",
                                                    nullptr};
-
-std::string ToLower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return text;
-}
 
 bool Contains(const std::string& text, const char* word) { return text.find(word) != std::string::npos; }
 
@@ -207,7 +201,7 @@ int QVR_kiSpeaker::ReadNodeField(FileNode& node) {
     return SkipBlock();
   }
   if (NextIsOneOf(kFlagFields) == 1) {
-    return ReadFlag(node, ToLower(std::string(token.text)));
+    return ReadFlag(node, ToLowerAscii(token.text));
   }
   if (NextIsKeyword("CLASSTYPE") == 1) {
     return ReadClass(node);
@@ -228,7 +222,7 @@ int QVR_kiSpeaker::ReadNodeField(FileNode& node) {
 }
 
 int QVR_kiSpeaker::ReadFlag(FileNode& node, const std::string& field) {
-  const std::string value = ToLower(TakeText());
+  const std::string value = ToLowerAscii(TakeText());
   if (value != "true" && value != "yes" && value != "1") {
     return QVR_OKAY;
   }
@@ -245,7 +239,7 @@ int QVR_kiSpeaker::ReadFlag(FileNode& node, const std::string& field) {
 }
 
 int QVR_kiSpeaker::ReadClass(FileNode& node) {
-  const std::string value = ToLower(TakeText());
+  const std::string value = ToLowerAscii(TakeText());
   node.isMandatory = node.isMandatory || Contains(value, "mandatory");
   if (Contains(value, "fault") || Contains(value, "target") || Contains(value, "hypothesis")) {
     node.diagnosisType = kTarget;
@@ -262,7 +256,7 @@ int QVR_kiSpeaker::ReadType(FileNode& node) {
   std::vector<State> states;
   int count = 0;
   for (const std::string& text : TakeValue()) {
-    if (text.empty() || !IsAsciiLetterOrDigit(text.front()) || ToLower(text) == "discrete") {
+    if (text.empty() || !IsAsciiLetterOrDigit(text.front()) || EqualIgnoringCase(text, "discrete")) {
       continue;
     }
     if (IsAsciiLetter(text.front())) {
