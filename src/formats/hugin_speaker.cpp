@@ -160,6 +160,7 @@ int QVR_huginSpeaker::ReadNode(int type) {
   }
   nodeType = type;
   if (const int status = Expect(kTokenPunctuator, "{"); status < 0) {
+    names.DeleteNode(name);  // its states would be invented
     return status;
   }
   ReadStatements([this, handle] { return ReadNodeField(handle); });
