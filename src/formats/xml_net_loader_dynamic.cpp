@@ -65,6 +65,11 @@ void XmlNetLoader::AddTemporalPart() {
   addList(demorgan, "priorbelief", {.end = &XmlNetLoader::EndPriorBelief}, kXmlRequired);
   addList(demorgan, "weights", ofDoubles(&XmlNetLoader::EndParentWeights), 0);
   addList(demorgan, "types", {.token = &XmlNetLoader::TakeParentType}, 0);
+  Binding& cast = add("cast", kTypeCast, &XmlNetLoader::EndCast);
+  addList(cast, "baseline", {.end = &XmlNetLoader::EndBaseline}, kXmlRequired);
+  addList(cast, "pweights", ofDoubles(&XmlNetLoader::EndPositiveWeights), 0);
+  addList(cast, "nweights", ofDoubles(&XmlNetLoader::EndNegativeWeights), 0);
+  add("decision", kTypeList, nullptr);  // has its parents alone
   rootBinding->AddChild(dynamic, 0);
 }
 
@@ -128,7 +133,9 @@ void XmlNetLoader::EndTemporal(int definitionType, DefinitionSetter applyDefinit
     Abort("Invalid temporal defintion type");
     return;
   }
-  (this->*applyDefinition)(*this);
+  if (applyDefinition != nullptr) {
+    (this->*applyDefinition)(*this);
+  }
   values.CleanUp();
 }
 

@@ -11,8 +11,11 @@ void XmlNetworkSaver::WriteDynamic() {
   for (int handle = network.FirstNode(); handle >= 0; handle = network.NextNode(handle)) {
     isTemporal = isTemporal || network.GetDynamicType(handle) != kDynamicNormal;
   }
-  if (temporal == nullptr || temporal->GetSliceCount() < 1 || !isTemporal) {
+  if (!isTemporal || temporal == nullptr) {
     return;
+  }
+  if (temporal->GetSliceCount() < 1 && temporal->GetMaxOrder() == 0) {
+    return;  // nothing to solve, and nothing to lose
   }
   AddAttribute("numslices", temporal->GetSliceCount());
   const ScopedElement dynamic(*this, "dynamic");

@@ -67,6 +67,7 @@ TEST(XmlRoundTrip, KeepsRandomNetworks) {
     QVR_network again;
     ASSERT_TRUE(FillRichNetwork(kind, random, made));
     ASSERT_TRUE(AddRandomCosts(random, made));
+    ASSERT_TRUE(!random.Chance(0.4) || AddRandomPlate(random, made));
     AddRandomCases(made, 3, random);
     const std::string text = Save(made);
     Load(text, loaded);

@@ -11,6 +11,7 @@
 #include "definitions/mau.h"
 #include "definitions/noisy_adder.h"
 #include "definitions/noisy_max.h"
+#include "model/dynamic_extension.h"
 #include "model/special_numbers.h"
 #include "support/describe_network.h"
 #include "support/network_builder.h"
@@ -172,6 +173,30 @@ void AddDefinition(NetworkFields& fields, const std::string& path, QVR_nodeDefin
 
 namespace {
 
+void AddTemporalTables(NetworkFields& fields, const std::string& path, QVR_network& network, int handle) {
+  QVR_dynamicExtension* const temporal = network.GetDynamicExtension();
+  if (temporal == nullptr) {
+    return;
+  }
+  for (const int order : temporal->GetTemporalOrders(handle)) {
+    const std::string place = path + ".order " + std::to_string(order);
+    for (const int parent : temporal->GetTemporalParents(handle, order)) {
+      fields.Add(place + ".parent", network.NodeAt(parent)->GetId());
+    }
+    AddDefinition(fields, place, *temporal->GetTemporalDefinition(handle, order));
+  }
+}
+
+// Files say how many slices there are, and where they are drawn, only if there's something in them.
+void AddPlate(NetworkFields& fields, const QVR_network& network) {
+  const QVR_dynamicExtension* const temporal = network.GetDynamicExtension();
+  if (temporal != nullptr && temporal->GetMaxOrder() > 0) {
+    fields.AddAll("plate",
+                  std::vector<int>{temporal->GetSliceCount(), temporal->leftWidth, temporal->rightWidth});
+    AddBox(fields, "plate", temporal->plateArea);
+  }
+}
+
 void AddNode(NetworkFields& fields, QVR_network& network, int handle) {
   QVR_node& node = *network.NodeAt(handle);
   const std::string path = "node " + node.GetId();
@@ -188,6 +213,7 @@ void AddNode(NetworkFields& fields, QVR_network& network, int handle) {
   fields.AddAll(path + ".costs", node.cost->GetCosts().GetItems().Vector());
   AddOutcomes(fields, path, node);
   AddDefinition(fields, path, *node.definition);
+  AddTemporalTables(fields, path, network, handle);
 }
 
 bool Agree(double a, double b, double tolerance) {
@@ -224,6 +250,7 @@ NetworkFields ListFields(QVR_network& network) {
   fields.AddAll("epis states", std::vector<int>{epis.numStates1, epis.numStates2, epis.numStates3});
   AddProperties(fields, "network", network.userProperties);
   AddSubmodels(fields, network);
+  AddPlate(fields, network);
   std::vector<int> handles = AllNodes(network);
   std::sort(handles.begin(), handles.end(),
             [&](int a, int b) { return network.NodeAt(a)->GetId() < network.NodeAt(b)->GetId(); });

@@ -6,6 +6,7 @@
 #include "definitions/equation.h"
 #include "definitions/mau.h"
 #include "definitions/utility_table.h"
+#include "model/dynamic_extension.h"
 #include "model/special_numbers.h"
 #include "support/network_builder.h"
 #include "support/random_canonical.h"
@@ -291,6 +292,38 @@ bool AddRandomCosts(TestRandom& random, QVR_network& network) {
       taken = cost.SetCosts(costs) == QVR_OKAY && taken;
     }
   }
+  return taken;
+}
+
+bool AddRandomPlate(TestRandom& random, QVR_network& network) {
+  constexpr int kTypes[] = {kDynamicPlate, kDynamicPlate, kDynamicTerminal, kDynamicAnchor};
+  QVR_dynamicExtension& temporal = *network.UseDynamicExtension();
+  const QVR_intArray& order = network.GetTopologicalOrder();
+  std::vector<int> plate;
+  for (int i = order.GetNumItems() - 1; i >= 0; --i) {  // children decide on their parents
+    const int type = kTypes[random.Below(4)];
+    const bool fits = type != kDynamicPlate || network.NodeAt(order[i])->GetNumberOfOutcomes() > 0;
+    if (fits && network.SetDynamicType(order[i], type) == QVR_OKAY && type == kDynamicPlate) {
+      plate.push_back(order[i]);
+    }
+  }
+  const auto any = [&] {
+    return plate[static_cast<std::size_t>(random.Below(static_cast<int>(plate.size())))];
+  };
+  for (int i = plate.empty() ? 5 : 0; i < 5; ++i) {
+    const int parent = any();
+    temporal.AddTemporalArc(parent, any(), 1 + random.Below(3));  // not every class takes every parent
+  }
+  bool taken = true;
+  for (const int handle : plate) {
+    for (const int listed : temporal.GetTemporalOrders(handle)) {
+      QVR_nodeDefinition& table = *temporal.GetTemporalDefinition(handle, listed);
+      taken = SetNumbers(*table.GetNetwork(), table.GetHandle(), {}, random) && taken;
+    }
+  }
+  temporal.SetSliceCount(temporal.GetMaxOrder() > 0 ? random.Below(6) : 2);
+  temporal.plateArea = RandomBox(random);
+  temporal.leftWidth = random.Below(300);
   return taken;
 }
 

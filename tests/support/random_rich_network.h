@@ -20,6 +20,9 @@ enum class RichKind { kChance, kInfluence, kEquations, kMixed };
 // Costs of observations, some not available, and cost arcs.
 [[nodiscard]] bool AddRandomCosts(TestRandom& random, QVR_network& network);
 
+// Moves nodes into a plate and around it, and adds temporal arcs with tables; perhaps for no slices.
+[[nodiscard]] bool AddRandomPlate(TestRandom& random, QVR_network& network);
+
 }  // namespace qvr
 
 #endif
