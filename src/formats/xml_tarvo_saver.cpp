@@ -27,7 +27,9 @@ void XmlTarvoSaver::Dispose() { const std::unique_ptr<XmlTarvoSaver> self(this);
 void XmlTarvoSaver::Write(IXmlWriter& newWriter) {
   writer = &newWriter;
   const QVR_header& header = network.GetSubmodels().GetSubmodel(QVR_submodelHandler::kMainSubmodel)->header;
-  const char* const format = WordOf(network.reservedMode, kFaultNameWords, kFaultNamesOfNodeAndState);
+  // A network has nothing to inherit from.
+  const std::span<const char* const> words = std::span(kFaultNameWords).first(kInheritFaultNames);
+  const char* const format = WordOf(network.reservedMode, words, kFaultNamesOfNodeAndState);
   faultNameFormat = FindWord(format, kFaultNameWords, kFaultNamesOfNodeAndState);
   writer->AddAttribute("version", kVersion);
   writer->AddAttribute("app", kApplication);
