@@ -97,11 +97,7 @@ void XmlWriter::AddAttribute(const char* name, const char* value) {
   pendingAttributes.push_back({name, value});
 }
 
-void XmlWriter::Indent() {
-  for (int i = 0; i < depth; ++i) {
-    output->Put('\t');
-  }
-}
+void XmlWriter::Indent() { output->Write(std::string(static_cast<std::size_t>(depth), '\t').c_str()); }
 
 // A start tag with the pending attributes, up to and with `end`.
 void XmlWriter::WriteTag(const char* name, const char* end) {
