@@ -20,8 +20,8 @@ inline std::string ReadWhole(const std::filesystem::path& path) {
 
 class TestFolder {
  public:
-  TestFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "qvr_test_XXXXXX").string();
+  explicit TestFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+    std::string name = (parent / "qvr_test_XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
       throw std::runtime_error("no temporary folder");
     }
