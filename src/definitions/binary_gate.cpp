@@ -22,8 +22,9 @@ bool IsIdentity(const QVR_intArray& order) {
 
 void QVR_binaryGate::AddDefaultNames() {
   outcomeNames.Flush();
-  outcomeNames.Add("True");
-  outcomeNames.Add("False");
+  for (const char* const name : kOutcomeNames) {
+    outcomeNames.Add(name);
+  }
 }
 
 void QVR_binaryGate::SetUp() {
@@ -148,8 +149,9 @@ int QVR_binaryGate::SetNumberOfOutcomes(int count) {
     return QVR_OUT_OF_RANGE;
   }
   QVR_stringArray names;
-  names.Add("True");
-  names.Add("False");
+  for (const char* const name : kOutcomeNames) {
+    names.Add(name);
+  }
   return QVR_cpt::SetNumberOfOutcomes(names);
 }
 

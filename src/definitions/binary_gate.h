@@ -9,11 +9,13 @@
 
 namespace qvr {
 
-// The outcomes are "True" and "False" unless renamed, and always two. A parent's first outcome counts as its
+// The outcomes have these names unless renamed, and are always two. A parent's first outcome counts as its
 // true state, all others as its not being true. The table is computed whenever a number, a parent or a
 // parent's outcomes change, and can't be set itself. A new parent changes nothing.
 class QVR_binaryGate : public QVR_cpt {
  public:
+  static constexpr const char* kOutcomeNames[] = {"True", "False"};
+
   void CleanUp(int deep) override;
   int AddParent(int parentHandle) override;
   int RemoveParent(int parentHandle) override;

@@ -1,19 +1,12 @@
 // The section of saved cases.
-#include <algorithm>
-#include <vector>
 
 #include "definitions/node_definition.h"
 #include "formats/xml_net_saver.h"
+#include "formats/xml_vocabulary.h"
 #include "model/network.h"
 
 namespace qvr {
 namespace {
-
-// Null for what is no outcome of the node.
-const char* OutcomeOf(const QVR_node& node, int outcome) {
-  QVR_stringArray* const names = node.definition->GetOutcomeNames();
-  return names != nullptr && outcome < names->GetNumItems() ? names->Get(outcome) : nullptr;
-}
 
 bool IsContinuous(const QVR_node& node) {
   return node.GetType() == kTypeEquation || node.GetType() == kTypeEquationScc;
@@ -85,7 +78,7 @@ void XmlNetworkSaver::WriteEvidence(const CaseEvidence& record, const QVR_node& 
 
 // In a slice, or in none for a negative one.
 void XmlNetworkSaver::WriteOutcome(const QVR_node& node, int slice, int outcome) {
-  const char* const id = OutcomeOf(node, outcome);
+  const char* const id = OutcomeWord(node, outcome);
   if (id == nullptr) {
     return;
   }

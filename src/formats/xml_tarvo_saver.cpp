@@ -143,7 +143,7 @@ void XmlTarvoSaver::WriteStates(QVR_node& node) {
     if (faultName.empty() && comment.empty() && repair.empty() && !hasLinks) {
       continue;
     }
-    writer->AddAttribute("id", node.definition->GetOutcomeNames()->Get(i));
+    writer->AddAttribute("id", OutcomeWord(node, i));
     if (!faultName.empty()) {
       writer->AddAttribute("faultname", faultName.c_str());
     }

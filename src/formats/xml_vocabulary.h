@@ -7,6 +7,8 @@
 
 namespace qvr {
 
+class QVR_node;
+
 inline constexpr const char* kDiagnosisWords[] = {"target", "observation", "auxiliary"};
 inline constexpr int kAuxiliary = 2;
 inline constexpr const char* kDynamicWords[] = {"normal", "anchor", "terminal", "plate"};  // DynamicType
@@ -22,6 +24,9 @@ inline constexpr const char* kNoCostWord = "n/a";    // in the place of a number
 [[nodiscard]] int FindWord(const std::string& word, std::span<const char* const> words, int fallback);
 // The fallback's word for a number that has none.
 [[nodiscard]] const char* WordOf(int number, std::span<const char* const> words, int fallback);
+// What the format calls an outcome of the node; null for what is no outcome. The elements of gates have no
+// states, so whatever a gate's outcomes are called, a reader knows them by the names that they start with.
+[[nodiscard]] const char* OutcomeWord(const QVR_node& node, int outcome);
 
 }  // namespace qvr
 

@@ -164,5 +164,24 @@ TEST(XmlCases, WhatCouldNotBeReadIsNotWritten) {
       << text;
 }
 
+// A gate's element has no states, so the reader doesn't learn how its outcomes are called.
+TEST(XmlCases, OutcomesOfRenamedGatesAreFound) {
+  const LogGuard guard;
+  QVR_network network;
+  const int gate = network.AddNode(kTypeCast, "g");
+  QVR_stringArray names;
+  names.Add("on");
+  names.Add("off");
+  ASSERT_EQ(network.NodeAt(gate)->definition->SetNumberOfOutcomes(names), QVR_OKAY);
+  network.NodeAt(gate)->extra->SetFaultName(1, "fault");
+  EXPECT_EQ(network.GetCases().AddCase("c")->AddDiscreteEvidence(gate, 1), QVR_OKAY);
+  std::string text;
+  ASSERT_TRUE(SaveXmlNetwork(nullptr, &text, network, nullptr));
+  QVR_network loaded;
+  ASSERT_TRUE(Load(text, loaded)) << LogGuard::Messages()[0];
+  EXPECT_STREQ(loaded.NodeAt(0)->extra->GetFaultNames().Get(1), "fault");
+  EXPECT_EQ(loaded.GetCases().GetCase(0)->GetEvidence()[0].outcome, 1);
+}
+
 }  // namespace
 }  // namespace qvr
