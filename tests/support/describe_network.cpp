@@ -62,9 +62,11 @@ void PrintCase(std::ostream& out, const QVR_network& network, const QVR_case& sc
   out << "\ncase " << scenario.GetName() << ' ' << scenario.GetCategory() << ' ' << scenario.GetDescription()
       << ' ' << scenario.created << ' ' << scenario.modified;
   for (const CaseEvidence& record : scenario.GetEvidence()) {
-    out << "\n  " << idOf(record.handle) << " kind " << record.kind << ' ' << record.outcome << ' '
-        << record.value;
-    Print(out, "soft", record.softEvidence);
+    out << "\n  " << idOf(record.handle) << " kind " << record.kind;
+    if (record.temporal.empty()) {  // which outdoes what the record had before
+      out << ' ' << record.outcome << ' ' << record.value;
+      Print(out, "soft", record.softEvidence);
+    }
     for (const auto& [slice, outcome] : record.temporal) {
       out << " [" << slice << "] " << outcome;
     }
