@@ -242,17 +242,4 @@ bool HybridNetwork::HasEvidence() const {
                      [](const auto& node) { return node->isObserved || node->hasVirtualEvidence; });
 }
 
-std::vector<bool> HybridNetwork::FindRelevant() const {
-  std::vector<bool> isRelevant(nodes.size());
-  for (std::size_t slot = nodes.size(); slot-- > 0;) {
-    const QVR_hybridSampleNode& node = *nodes[slot];
-    isRelevant[slot] = isRelevant[slot] || node.isObserved || node.hasVirtualEvidence;
-    for (const int parent : node.parents) {
-      isRelevant[static_cast<std::size_t>(parent)] =
-          isRelevant[static_cast<std::size_t>(parent)] || isRelevant[slot];
-    }
-  }
-  return isRelevant;
-}
-
 }  // namespace qvr

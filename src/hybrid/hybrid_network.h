@@ -36,8 +36,6 @@ class HybridNetwork {
   }
   // Whether anything is observed, entered or deduced, or has virtual evidence.
   [[nodiscard]] bool HasEvidence() const;
-  // By slot: whether the node or one below it has evidence.
-  [[nodiscard]] std::vector<bool> FindRelevant() const;
 
   QVR_network& network;
   ValueTable table;

@@ -78,12 +78,9 @@ int HybridSolver::SolveBySampling() {
   }
   std::vector<bool> mixes(compiled.nodes.size());
   std::vector<int> requested;
-  const std::vector<bool> isRelevant = compiled.FindRelevant();
   for (const auto& node : compiled.nodes) {
-    const auto slot = static_cast<std::size_t>(node->slot);
-    // What isn't above evidence has its law as its posterior given its parents.
-    mixes[slot] =
-        (flags & kMessagesPropose) != 0 && isRelevant[slot] && !node->IsKnown() && node->belief->HasWeight();
+    mixes[static_cast<std::size_t>(node->slot)] =
+        (flags & kMessagesPropose) != 0 && !node->IsKnown() && node->belief->HasWeight();
     if (!node->IsKnown() && IsRequested(*node)) {
       requested.push_back(node->slot);
     }
