@@ -59,78 +59,89 @@ TEST(Temporal, AgreesWithForwardBackward) {
   }
 }
 
+// One edit of any kind; many are refused.
+void EditSomething(QVR_network& network, int edit, TestRandom& random) {
+  constexpr int kTypes[] = {kTypeCpt, kTypeNoisyMax, kTypeTruthTable, kTypeDeMorgan};
+  QVR_dynamicExtension& temporal = *network.GetDynamicExtension();
+  const std::vector<int> nodes = AllNodes(network);
+  const int node = nodes[static_cast<std::size_t>(random.Below(static_cast<int>(nodes.size())))];
+  const int other = nodes[static_cast<std::size_t>(random.Below(static_cast<int>(nodes.size())))];
+  const int order = 1 + random.Below(2);
+  QVR_nodeDefinition& definition = *network.NodeAt(node)->definition;
+  const int count = definition.GetNumberOfOutcomes();
+  switch (random.Below(12)) {
+    case 0:
+      count < 3 ? definition.InsertOutcome(random.Below(count + 1), nullptr) : 0;
+      break;
+    case 1:
+      definition.RemoveOutcome(random.Below(count));
+      break;
+    case 2:
+      definition.ReorderOutcomes(ShuffledOrder(count, random));
+      break;
+    case 3:
+      definition.RenameOutcome(0, ("N" + std::to_string(edit)).c_str());
+      break;
+    case 4:
+      definition.SetNumberOfOutcomes(2 + random.Below(2));
+      break;
+    case 5:
+      network.NodeAt(node)->ChangeType(kTypes[random.Below(4)]);
+      break;
+    case 6:
+      network.AddArc(other, node, 0);
+      break;
+    case 7:
+      network.RemoveArc(other, node, 0);
+      break;
+    case 8:
+      network.SetDynamicType(node, random.Below(node < 2 ? 3 : 4));
+      break;
+    case 9:
+      temporal.AddTemporalArc(other, node, order);
+      break;
+    case 10:
+      temporal.RemoveTemporalArc(other, node, order);
+      break;
+    default:
+      nodes.size() > 5 && random.Chance(0.2) ? network.DeleteNode(node) : 0;
+      break;
+  }
+}
+
+// Tables keep the names of their node; what an edit left inconsistent gets new numbers.
+void ExpectNamesAndRefill(QVR_network& network, TestRandom& random) {
+  QVR_dynamicExtension& temporal = *network.GetDynamicExtension();
+  for (const int handle : AllNodes(network)) {
+    for (const int listed : temporal.GetTemporalOrders(handle)) {
+      QVR_nodeDefinition& table = *temporal.GetTemporalDefinition(handle, listed);
+      EXPECT_STREQ(table.GetOutcomeNames()->Get(0),
+                   network.NodeAt(handle)->definition->GetOutcomeNames()->Get(0));
+      if (!table.IsConsistent()) {
+        FillRandomly(table, random);
+      }
+    }
+    if (QVR_nodeDefinition& own = *network.NodeAt(handle)->definition; !own.IsConsistent()) {
+      FillRandomly(own, random);
+    }
+  }
+}
+
 // Whatever is edited, the tables keep fitting, copies are independent, and updates follow.
 TEST(Temporal, EditsReachTablesAndEvidence) {
   int solved = 0;
-  const int types[] = {kTypeCpt, kTypeNoisyMax, kTypeTruthTable, kTypeDeMorgan};
   for (std::uint64_t seed = 0; seed < 8; ++seed) {
     SCOPED_TRACE(seed);
     TestRandom random(seed);
     QVR_network network;
     MakeRandomTemporal(network, 3, 2, 4, random);
     EnterEvidence(network, random);
-    QVR_dynamicExtension& temporal = *network.GetDynamicExtension();
     for (int edit = 0; edit < 25; ++edit) {
-      const std::vector<int> nodes = AllNodes(network);
-      const int node = nodes[static_cast<std::size_t>(random.Below(static_cast<int>(nodes.size())))];
-      const int other = nodes[static_cast<std::size_t>(random.Below(static_cast<int>(nodes.size())))];
-      const int order = 1 + random.Below(2);
-      QVR_nodeDefinition& definition = *network.NodeAt(node)->definition;
-      const int count = definition.GetNumberOfOutcomes();
       QVR_network before(network);
-      switch (const int kind = random.Below(12); kind) {
-        case 0:
-          count < 3 ? definition.InsertOutcome(random.Below(count + 1), nullptr) : 0;
-          break;
-        case 1:
-          definition.RemoveOutcome(random.Below(count));
-          break;
-        case 2:
-          definition.ReorderOutcomes(ShuffledOrder(count, random));
-          break;
-        case 3:
-          definition.RenameOutcome(0, ("N" + std::to_string(edit)).c_str());
-          break;
-        case 4:
-          definition.SetNumberOfOutcomes(2 + random.Below(2));
-          break;
-        case 5:
-          network.NodeAt(node)->ChangeType(types[random.Below(4)]);
-          break;
-        case 6:
-          network.AddArc(other, node, 0);
-          break;
-        case 7:
-          network.RemoveArc(other, node, 0);
-          break;
-        case 8:
-          network.SetDynamicType(node, random.Below(node < 2 ? 3 : 4));
-          break;
-        case 9:
-          temporal.AddTemporalArc(other, node, order);
-          break;
-        case 10:
-          temporal.RemoveTemporalArc(other, node, order);
-          break;
-        default:
-          nodes.size() > 5 && random.Chance(0.2) ? network.DeleteNode(node) : 0;
-          break;
-      }
+      EditSomething(network, edit, random);
       ASSERT_EQ(network.CheckInvariants(), "") << "edit " << edit;
       ASSERT_EQ(before.CheckInvariants(), "");
-      for (const int handle : AllNodes(network)) {
-        for (const int listed : temporal.GetTemporalOrders(handle)) {
-          QVR_nodeDefinition& table = *temporal.GetTemporalDefinition(handle, listed);
-          EXPECT_STREQ(table.GetOutcomeNames()->Get(0),
-                       network.NodeAt(handle)->definition->GetOutcomeNames()->Get(0));
-          if (!table.IsConsistent()) {
-            FillRandomly(table, random);
-          }
-        }
-        if (QVR_nodeDefinition& own = *network.NodeAt(handle)->definition; !own.IsConsistent()) {
-          FillRandomly(own, random);
-        }
-      }
+      ExpectNamesAndRefill(network, random);
     }
     ASSERT_EQ(network.CheckInvariants(), "");
     const TemporalAnswer expected = ForwardBackward(network);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "definitions/demorgan.h"
+#include "definitions/noisy_max.h"
 #include "support/network_builder.h"
 
 namespace qvr {
@@ -89,6 +91,19 @@ class Reference {
     return table->Subscript(cell);
   }
 
+  // The outcome of a parent at which the table stands as if its arc weren't there: the first, but where
+  // parents act through parameters of their own the one without effect.
+  static int WithoutParent(const QVR_nodeDefinition& definition, int place) {
+    if (const auto* noisyMax = dynamic_cast<const QVR_noisyMAX*>(&definition)) {
+      return noisyMax->GetStrengths(place).back();
+    }
+    if (const auto* gate = dynamic_cast<const QVR_demorgan*>(&definition)) {
+      const int type = gate->GetParentTypes()[static_cast<std::size_t>(place)];
+      return type == kInhibitor || type == kCause ? 1 : 0;
+    }
+    return 0;
+  }
+
   // slices[k] are the outcomes of the plate k slices ago.
   double PlateFactor(int handle, int slice, std::vector<States>& slices) {
     int order = 0;
@@ -102,9 +117,12 @@ class Reference {
         coordinates.push_back(fixed.contains(parent.handle) ? fixed[parent.handle] : ago[parent.handle]);
       }
     } else {
+      const QVR_nodeDefinition& plain = *network.NodeAt(handle)->definition;
       for (const int parent : network.GetParents(handle)) {
         const bool isLost = slice > 0 && network.GetDynamicType(parent) == kDynamicAnchor;
-        coordinates.push_back(isLost ? 0 : fixed.contains(parent) ? fixed[parent] : slices[0][parent]);
+        coordinates.push_back(isLost ? WithoutParent(plain, static_cast<int>(coordinates.size()))
+                              : fixed.contains(parent) ? fixed[parent]
+                                                       : slices[0][parent]);
       }
     }
     coordinates.push_back(slices[0][handle]);
