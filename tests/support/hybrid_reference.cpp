@@ -136,6 +136,13 @@ MixedKind RandomKind(const MixedModel& model, const MixedNode& node, bool& mayWe
   return random.Chance(0.5) ? MixedKind::Law : MixedKind::Equation;
 }
 
+// The probability of the outcome that a Weighted node has in the state, at a number of its parent.
+double ChanceOf(const MixedNode& weighted, int outcome, unsigned state, double parent) {
+  const std::vector<double>& row = weighted.terms[Combination(weighted, state)];
+  const double odds = std::exp(row[0] + row[1] * parent);
+  return (outcome == 1 ? odds : 1.0) / (1 + odds);
+}
+
 }  // namespace
 
 MixedModel RandomMixed(const ParentLists& parents, TestRandom& random) {
@@ -231,10 +238,8 @@ void MixedReference::AddState(const MixedModel& model, const std::map<int, doubl
     const double z = cells == 0 ? 0.0 : kReach * (2.0 * cell / cells - 1.0);
     double mass = weight * (cells == 0 ? 1.0 : NormalDensity(z, 0, 1) * 2 * kReach / cells);
     if (pivot >= 0) {
-      const std::vector<double>& row = weighted->terms[Combination(*weighted, state)];
-      const double odds = std::exp(row[0] + row[1] * (given.Mean(pivot) + z * spread));
       const int self = static_cast<int>(weighted - model.begin());
-      mass *= (StateOf(state, self) == 1 ? odds : 1.0) / (1 + odds);
+      mass *= ChanceOf(*weighted, StateOf(state, self), state, given.Mean(pivot) + z * spread);
     }
     total += mass;
     for (int i = 0; i < static_cast<int>(model.size()); ++i) {
