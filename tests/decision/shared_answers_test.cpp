@@ -1,17 +1,11 @@
 // Diagrams with answers of a separate program, where a checkout has them beside it.
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "support/network_builder.h"
+#include "support/shared_answers.h"
 
 namespace qvr {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The expected utilities of a decision over everything known before it, and its own choices last.
 struct ExpectedPolicy {
@@ -20,16 +14,8 @@ struct ExpectedPolicy {
   std::vector<double> utilities;
 };
 
-// Reads no more of JSON than these files have: {"D": {"axes": [..], "shape": [..], "expectedUtility": [..]}}.
-std::vector<ExpectedPolicy> ReadPolicies(const fs::path& path) {
-  std::ifstream file(path);
-  std::stringstream whole;
-  whole << file.rdbuf();
-  std::string text = whole.str();
-  for (char& letter : text) {
-    letter = std::string("{}[]:,").find(letter) == std::string::npos ? letter : ' ';
-  }
-  std::istringstream words(text);
+// {"D": {"axes": [..], "shape": [..], "expectedUtility": [..]}}
+std::vector<ExpectedPolicy> ReadPolicies(std::istream& words) {
   std::vector<ExpectedPolicy> policies;
   std::string field = "decision";
   for (std::string word; words >> word;) {
@@ -89,22 +75,16 @@ int Compare(QVR_network& network, const ExpectedPolicy& policy) {
 }
 
 TEST(SharedDecisions, MatchIndependentAnswers) {
-  const fs::path folder = fs::path(QVR_SHARED_DIR) / "answers" / "decisions";
-  if (!fs::exists(folder)) {
-    GTEST_SKIP() << "no diagrams in " << folder;
-  }
+  const std::string folder = QVR_SHARED_DIR "/answers/decisions";
   int compared = 0;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-    if (entry.path().extension() != ".xqvr") {
-      continue;
-    }
-    SCOPED_TRACE(entry.path().string());
-    QVR_network network;
-    ASSERT_EQ(network.LoadFile(entry.path().c_str(), 0, nullptr), 0);
-    ASSERT_EQ(network.UpdateBeliefs(), 0);
-    for (const ExpectedPolicy& policy : ReadPolicies(fs::path(entry.path()).replace_extension(".json"))) {
+  const bool isThere = ForEachAnswer(folder, [&](QVR_network& network, std::istream& words) {
+    EXPECT_EQ(network.UpdateBeliefs(), 0);
+    for (const ExpectedPolicy& policy : ReadPolicies(words)) {
       compared += Compare(network, policy);
     }
+  });
+  if (!isThere) {
+    GTEST_SKIP() << "no diagrams in " << folder;
   }
   EXPECT_GT(compared, 1000);
 }

@@ -2,18 +2,14 @@
 
 #include <cmath>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "support/log_guard.h"
 #include "support/network_builder.h"
+#include "support/shared_answers.h"
 #include "support/temporal_reference.h"
 
 namespace qvr {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Random real evidence, also on slices that aren't there.
 void EnterEvidence(QVR_network& network, TestRandom& random) {
@@ -368,54 +364,45 @@ TEST(Temporal, UpdatesLongPlatesInLinearTime) {
   EXPECT_LT(secondsOf(4000), 8 * 4 * first + 0.5);  // nothing quadratic, and no walk deep in the stack
 }
 
-// {"slices": n, "evidence": {"P0@3": 1}, "posterior": {"P0@0": [..]}}, and no more of JSON than that.
-TEST(Temporal, MatchesIndependentAnswers) {
-  const fs::path folder = fs::path(QVR_SHARED_DIR) / "answers" / "temporal";
-  if (!fs::exists(folder)) {
-    GTEST_SKIP() << "no models in " << folder;
-  }
-  int compared = 0;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-    if (entry.path().extension() != ".xqvr") {
-      continue;
-    }
-    SCOPED_TRACE(entry.path().string());
-    QVR_network network;
-    ASSERT_EQ(network.LoadFile(entry.path().c_str(), 0, nullptr), 0);
-    std::stringstream whole;
-    whole << std::ifstream(fs::path(entry.path()).replace_extension(".json")).rdbuf();
-    std::string text = whole.str();
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return std::string("{}[]:,\"").find(c) != std::string::npos; },
-        ' ');
-    std::istringstream words(text);
-    std::string section, name;
-    int handle = -1, slice = 0, outcome = 0;
-    for (std::string word; words >> word;) {
-      if (word == "slices" || word == "evidence" || word == "posterior") {
-        section = word;
-        if (word == "posterior") {
-          ASSERT_EQ(network.UpdateBeliefs(), 0);
-        }
-      } else if (std::isalpha(static_cast<unsigned char>(word.front())) != 0) {
-        const std::size_t at = word.find('@');
-        handle = network.FindNode(word.substr(0, at).c_str());
-        slice = at == std::string::npos ? -1 : std::stoi(word.substr(at + 1));
-        outcome = 0;
-      } else if (section == "slices") {
-        ASSERT_EQ(network.GetDynamicExtension()->GetSliceCount(), std::stoi(word));
-      } else if (section == "evidence") {
-        ASSERT_EQ(slice < 0
-                      ? ValueOf(network, handle).SetEvidence(std::stoi(word))
-                      : network.GetDynamicExtension()->SetTemporalEvidence(handle, slice, std::stoi(word)),
-                  0);
-      } else {
-        const int count = network.NodeAt(handle)->GetNumberOfOutcomes();
-        const auto cell = static_cast<std::size_t>(std::max(slice, 0) * count + outcome++);
-        EXPECT_NEAR(BeliefOf(network, handle)[cell], std::stod(word), 1e-9) << handle << " " << slice;
-        ++compared;
+// {"slices": n, "evidence": {"P0@3": 1}, "posterior": {"P0@0": [..]}}. Counts the numbers compared.
+void CompareSlices(QVR_network& network, std::istream& words, int& compared) {
+  std::string section;
+  int handle = -1, slice = 0, outcome = 0;
+  for (std::string word; words >> word;) {
+    std::erase(word, '"');
+    if (word == "slices" || word == "evidence" || word == "posterior") {
+      section = word;
+      if (word == "posterior") {
+        ASSERT_EQ(network.UpdateBeliefs(), 0);
       }
+    } else if (std::isalpha(static_cast<unsigned char>(word.front())) != 0) {
+      const std::size_t at = word.find('@');
+      handle = network.FindNode(word.substr(0, at).c_str());
+      slice = at == std::string::npos ? -1 : std::stoi(word.substr(at + 1));
+      outcome = 0;
+    } else if (section == "slices") {
+      ASSERT_EQ(network.GetDynamicExtension()->GetSliceCount(), std::stoi(word));
+    } else if (section == "evidence") {
+      ASSERT_EQ(slice < 0
+                    ? ValueOf(network, handle).SetEvidence(std::stoi(word))
+                    : network.GetDynamicExtension()->SetTemporalEvidence(handle, slice, std::stoi(word)),
+                0);
+    } else {
+      const int count = network.NodeAt(handle)->GetNumberOfOutcomes();
+      const auto cell = static_cast<std::size_t>(std::max(slice, 0) * count + outcome++);
+      EXPECT_NEAR(BeliefOf(network, handle)[cell], std::stod(word), 1e-9) << handle << " " << slice;
+      ++compared;
     }
+  }
+}
+
+TEST(Temporal, MatchesIndependentAnswers) {
+  const std::string folder = QVR_SHARED_DIR "/answers/temporal";
+  int compared = 0;
+  const bool isThere = ForEachAnswer(
+      folder, [&](QVR_network& network, std::istream& words) { CompareSlices(network, words, compared); });
+  if (!isThere) {
+    GTEST_SKIP() << "no models in " << folder;
   }
   EXPECT_GT(compared, 300);
 }
