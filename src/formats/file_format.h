@@ -113,6 +113,7 @@ class QVR_fileFormat : public QVR_object {
   // Reads one, or reports what stands in its place.
   int ExpectIdentifier(std::string& out);
   int ExpectString(std::string& out);
+  int ExpectStringField(std::string& out);  // consumes the name first, and "="
   int ExpectNumber(double& out);
   int ExpectInt(int& out);
   // All numbers up to the ";" or the block's end, whatever stands between them. Reports.

@@ -251,6 +251,12 @@ int QVR_fileFormat::ExpectString(std::string& out) {
   return ReportMismatch(ReadString(out), kTokenString, nullptr);
 }
 
+int QVR_fileFormat::ExpectStringField(std::string& out) {
+  Consume();
+  const int status = Expect(kTokenPunctuator, "=");
+  return status < 0 ? status : ExpectString(out);
+}
+
 int QVR_fileFormat::ExpectNumber(double& out) { return ReportMismatch(ReadNumber(out), kTokenReal, nullptr); }
 
 int QVR_fileFormat::ExpectInt(int& out) { return ReportMismatch(ReadInt(out), kTokenInteger, nullptr); }

@@ -185,11 +185,7 @@ int QVR_huginSpeaker::ReadNodeField(int handle) {
     return SkipBlock();
   }
   std::string text;
-  Consume();
-  int status = Expect(kTokenPunctuator, "=");
-  if (status == QVR_OKAY) {
-    status = ExpectString(text);
-  }
+  const int status = ExpectStringField(text);
   if (status == QVR_OKAY) {
     ConvertFileText(text);
     network.NodeAt(handle)->info->header.SetName(text.c_str());

@@ -118,11 +118,7 @@ int QVR_neticaSpeaker::ReadNetStatement() {
 // A field's string, in the engine's encoding.
 int QVR_neticaSpeaker::ReadText(std::string& out) {
   std::string text;
-  Consume();
-  int status = Expect(kTokenPunctuator, "=");
-  if (status == QVR_OKAY) {
-    status = ExpectString(text);
-  }
+  const int status = ExpectStringField(text);
   if (status == QVR_OKAY) {
     out = DecodeBytes(text);
     ConvertFileText(out);

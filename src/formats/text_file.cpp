@@ -115,7 +115,8 @@ void QVR_textFile::SetContinuation(const char* text) {
   escaping = false;
 }
 
-int QVR_textFile::Write(std::string_view text, WriteMode mode) {
+template <typename WriteCharacter>
+int QVR_textFile::WriteLines(std::string_view text, WriteMode mode, WriteCharacter write) {
   bool startsLine = false;
   for (char c : text) {
     if (c == '\n') {
@@ -126,12 +127,18 @@ int QVR_textFile::Write(std::string_view text, WriteMode mode) {
     if (lineBuffer.empty()) {
       StartLine(startsLine ? mode : kWritePlain);
     }
+    write(c);
+  }
+  return status;
+}
+
+int QVR_textFile::Write(std::string_view text, WriteMode mode) {
+  return WriteLines(text, mode, [this, mode](char c) {
     Put(c);
     if (GetColumn() > lineLength && !escaping) {
       BreakLine(mode);
     }
-  }
-  return status;
+  });
 }
 
 int QVR_textFile::WriteIndented(std::string_view text, WriteMode mode) {
@@ -142,19 +149,7 @@ int QVR_textFile::WriteIndented(std::string_view text, WriteMode mode) {
 }
 
 int QVR_textFile::WriteRaw(std::string_view text, WriteMode mode) {
-  bool startsLine = false;
-  for (char c : text) {
-    if (c == '\n') {
-      FlushLine();
-      startsLine = true;
-      continue;
-    }
-    if (lineBuffer.empty()) {
-      StartLine(startsLine ? mode : kWritePlain);
-    }
-    lineBuffer.push_back(c);
-  }
-  return status;
+  return WriteLines(text, mode, [this](char c) { lineBuffer.push_back(c); });
 }
 
 void QVR_textFile::Put(char c) {

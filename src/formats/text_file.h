@@ -66,6 +66,9 @@ class QVR_textFile : public QVR_object {
   };
 
   [[nodiscard]] bool IsLiteral() const { return !continuation.empty(); }
+  // Begins and ends the lines; `write` puts what stands between.
+  template <typename WriteCharacter>
+  int WriteLines(std::string_view text, WriteMode mode, WriteCharacter write);
   void Put(char c);
   void TrackQuotes(char c);
   void BreakLine(WriteMode mode);
